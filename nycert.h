@@ -1,0 +1,22 @@
+// nycert: certificate and public-key-infrastructure library.
+// The umbrella header: including it declares the whole public interface.
+#ifndef NYCERT_NYCERT_H_
+#define NYCERT_NYCERT_H_
+
+#include "nycert/platform/mtmutex.h"
+#include "nycert/platform/obstream.h"
+#include "nycert/platform/oserr.h"
+
+#include "nycert/buffers/diag.h"
+#include "nycert/buffers/filebuf.h"
+#include "nycert/buffers/nybinbuf.h"
+#include "nycert/buffers/obstring.h"
+
+#include "nycert/asn1/runtime/asn_buf.h"
+#include "nycert/asn1/runtime/asn_bufset.h"
+#include "nycert/asn1/runtime/asn_len.h"
+#include "nycert/asn1/runtime/asn_print.h"
+#include "nycert/asn1/runtime/asn_tag.h"
+#include "nycert/asn1/runtime/asn_type.h"
+
+#endif  // NYCERT_NYCERT_H_

@@ -1,0 +1,20 @@
+// Recursive mutexes of the OS support layer.
+//
+// A mutex created with a name is shared: every creation with that name gives
+// the same mutex, kept until the last holder destroys it. A null name gives a
+// private mutex.
+#ifndef NYCERT_PLATFORM_MTMUTEX_H_
+#define NYCERT_PLATFORM_MTMUTEX_H_
+
+struct MtMutex;
+typedef MtMutex* MtMutexHandle;
+
+// Returns the mutex, or null only when allocation fails.
+MtMutexHandle MtMutexCreateRecursive(const char* name);
+// Both return 0, or -1 for a null handle.
+int MtMutexLock(MtMutexHandle mutex);
+int MtMutexUnLock(MtMutexHandle mutex);
+// Drops one creation's hold; the mutex is freed when none remain.
+void MtMutexDestroy(MtMutexHandle mutex);
+
+#endif  // NYCERT_PLATFORM_MTMUTEX_H_

@@ -1,0 +1,41 @@
+# Sourced by demo.sh and test.sh: makes sure the build tools and libraries are
+# present, installing missing Debian packages with apt-get when run as root.
+
+nycert_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# Debian package, and a file or command that shows it is installed.
+nycert_packages=(
+  "g++:/usr/bin/g++"
+  "cmake:/usr/bin/cmake"
+  "ninja-build:/usr/bin/ninja"
+  "pkg-config:/usr/bin/pkg-config"
+  "libssl-dev:/usr/include/openssl/evp.h"
+  "openssl:/usr/bin/openssl"
+  "libgtest-dev:/usr/include/gtest/gtest.h"
+  "libgmock-dev:/usr/include/gmock/gmock.h"
+  "libbenchmark-dev:/usr/include/benchmark/benchmark.h"
+)
+
+nycert_setup() {
+  local extra=("$@") missing=() entry
+  for entry in "${nycert_packages[@]}" "${extra[@]}"; do
+    [ -e "${entry#*:}" ] || missing+=("${entry%%:*}")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  if [ "$(id -u)" -eq 0 ] && command -v apt-get >/dev/null; then
+    echo "installing: ${missing[*]}"
+    export DEBIAN_FRONTEND=noninteractive
+    apt-get update -qq && apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  else
+    echo "missing packages; install them with: sudo apt-get install ${missing[*]}" >&2
+    return 1
+  fi
+}
+
+# nycert_build DIR [cmake options...]: configure once, then build incrementally.
+nycert_build() {
+  local dir=$1
+  shift
+  cmake -S "$nycert_root" -B "$nycert_root/$dir" -G Ninja "$@" >/dev/null
+  cmake --build "$nycert_root/$dir"
+}
