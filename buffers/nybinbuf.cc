@@ -35,13 +35,12 @@ void nyBinBuf::Set(const unsigned char* p, unsigned n) {
     len = n;
     return;
   }
+  // The new block is filled before the old one goes: p may point into it.
+  unsigned char* copy = p ? new unsigned char[n] : nullptr;
+  if (copy && n) std::memcpy(copy, p, n);
   delete[] data;
-  data = nullptr;
-  len = 0;
-  if (!p) return;
-  data = new unsigned char[n];
-  if (n) std::memcpy(data, p, n);
-  len = n;
+  data = copy;
+  len = copy ? n : 0;
 }
 
 void nyBinBuf::Set(const nyBinBuf& other) {
@@ -61,6 +60,7 @@ void nyBinBuf::Prepend(const unsigned char* p, unsigned n) {
     Set(p, n);
     return;
   }
+  if (!p) return;
   unsigned char* joined = new unsigned char[len + n];
   if (n) std::memcpy(joined, p, n);
   std::memcpy(joined + n, data, len);

@@ -24,12 +24,14 @@ class nyBinBuf {
   explicit nyBinBuf(unsigned n);
   ~nyBinBuf();
 
-  // Copies n bytes from p; p null empties the buffer. Reuses the block when it is large enough.
+  // Copies n bytes from p (which may point into this buffer's own block); p
+  // null empties the buffer. Reuses the block when n is at most Len().
   void Set(const unsigned char* p, unsigned n);
   void Set(const char* p, unsigned n) { Set(reinterpret_cast<const unsigned char*>(p), n); }
   void Set(const nyBinBuf& other);
   // Room for n bytes to be written through Data(); grows without keeping the old contents.
   void Set(unsigned n);
+  // Puts n bytes from p in front of the contents; on an empty buffer, Set(p, n).
   void Prepend(const unsigned char* p, unsigned n);
   void Zero();
   void Clear() { Set(static_cast<const unsigned char*>(nullptr), 0); }

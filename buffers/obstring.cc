@@ -19,26 +19,24 @@ obString::~obString() {
   len_ = 0;
 }
 
+// Replaces str with a fresh copy of n bytes of s. The old buffer is released
+// only after the copy, so s may point into it.
 void obString::CopyFrom(const char* s, unsigned n) {
   if (!s) n = 0;
-  str = new char[n + 1];
-  if (n) std::memcpy(str, s, n);
-  str[n] = '\0';
+  char* copy = new char[n + 1];
+  if (n) std::memcpy(copy, s, n);
+  copy[n] = '\0';
+  delete[] str;
+  str = copy;
   len_ = n;
 }
 
-void obString::Set(const char* s, int n) {
-  delete[] str;
-  CopyFrom(s, n > 0 ? static_cast<unsigned>(n) : 0);
-}
+void obString::Set(const char* s, int n) { CopyFrom(s, n > 0 ? static_cast<unsigned>(n) : 0); }
 
-void obString::Set(const char* s) { Set(s, static_cast<int>(std::strlen(s))); }
+void obString::Set(const char* s) { Set(s, s ? static_cast<int>(std::strlen(s)) : 0); }
 
 obString& obString::operator=(const obString& other) {
-  if (str != other.str) {
-    delete[] str;
-    CopyFrom(other.str, other.len_);
-  }
+  if (str != other.str) CopyFrom(other.str, other.len_);
   return *this;
 }
 

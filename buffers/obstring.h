@@ -13,7 +13,8 @@ class obString {
   obString(const obString& other);
   ~obString();
 
-  // s must not be null.
+  // Replaces the text with n bytes of s (s may point into this string's own
+  // text); a null s leaves an empty string.
   void Set(const char* s, int n);
   void Set(const char* s);
   obString& operator=(const obString& other);

@@ -14,7 +14,7 @@ herror_sink_fn g_herror_sink = nullptr;
 tderror_sink_fn g_tderror_sink = nullptr;
 
 // Formats into a string, dropping one trailing newline so every sink gets a bare line.
-std::string FormatLine(const char* format, va_list args) {
+NYCERT_PRINTF(1, 0) std::string FormatLine(const char* format, va_list args) {
   va_list copy;
   va_copy(copy, args);
   int n = std::vsnprintf(nullptr, 0, format, copy);

@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstring>
+#include <utility>
 
 #include "nycert/buffers/diag.h"
 
@@ -33,13 +34,13 @@ int obAsnBufSet::Put(const obAsnType& value) {
     OB_HERROR("obAsnBufSet::Encoded attempt to put segmant failed");
     return -1;
   }
-  segments_.push_back(segment);
+  segments_.push_back(std::move(segment));
   total_ += static_cast<unsigned long>(size);
   return size;
 }
 
 int obAsnBufSet::Put(const unsigned char* p, unsigned n) {
-  if (total_ + n > kMaxTotal) {
+  if ((!p && n) || total_ + n > kMaxTotal) {
     OB_HERROR("obAsnBufSet::Encoded attempt to put segmant failed");
     return -1;
   }

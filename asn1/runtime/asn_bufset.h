@@ -12,7 +12,7 @@ class obAsnBufSet {
  public:
   // Encodes value as the next segment: its size, or -1.
   int Put(const obAsnType& value);
-  // Appends raw octets as the next segment: n, or -1.
+  // Appends raw octets as the next segment: n, or -1 (p null with n > 0, or too long in all).
   int Put(const unsigned char* p, unsigned n);
   unsigned long Len() const { return total_; }
   // All segments joined into out: 0, or -1.

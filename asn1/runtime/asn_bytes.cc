@@ -28,15 +28,18 @@ obAsnBytes& obAsnBytes::operator=(obAsnBytes&& other) noexcept {
 
 obAsnBytes::~obAsnBytes() { delete[] heap_; }
 
-void obAsnBytes::Reserve(unsigned long n) {
-  if (n <= capacity_) return;
+unsigned char* obAsnBytes::Grow(unsigned long n) {
+  if (n <= capacity_) return nullptr;
   unsigned long grown = capacity_ * 2 > n ? capacity_ * 2 : n;
   unsigned char* block = new unsigned char[grown];
   if (size_) std::memcpy(block, data(), size_);
-  delete[] heap_;
+  unsigned char* old = heap_;
   heap_ = block;
   capacity_ = grown;
+  return old;
 }
+
+void obAsnBytes::Reserve(unsigned long n) { delete[] Grow(n); }
 
 void obAsnBytes::Assign(const unsigned char* p, unsigned long n) {
   size_ = 0;
@@ -45,9 +48,11 @@ void obAsnBytes::Assign(const unsigned char* p, unsigned long n) {
   size_ = n;
 }
 
+// p may point into the present contents, so the old block outlives the copy.
 void obAsnBytes::Append(const unsigned char* p, unsigned long n) {
-  Reserve(size_ + n);
+  unsigned char* old = Grow(size_ + n);
   if (n) std::memcpy(data() + size_, p, n);
+  delete[] old;
   size_ += n;
 }
 

@@ -17,6 +17,7 @@ class obAsnBytes {
 
   // Replaces the contents with n octets from p (p may be null only when n is 0).
   void Assign(const unsigned char* p, unsigned long n);
+  // Adds n octets from p at the end; p may point into the present contents.
   void Append(const unsigned char* p, unsigned long n);
   // Sets the size to n, keeping the first min(n, size) octets; the rest is undefined.
   unsigned char* Resize(unsigned long n);
@@ -33,6 +34,9 @@ class obAsnBytes {
 
  private:
   static constexpr unsigned long kInline = 24;
+  // Makes room for n octets, keeping the contents; returns the replaced heap
+  // block (or null) for the caller to release.
+  unsigned char* Grow(unsigned long n);
   void Reserve(unsigned long n);
 
   unsigned char* heap_ = nullptr;

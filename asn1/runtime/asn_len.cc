@@ -1,5 +1,7 @@
 #include "nycert/asn1/runtime/asn_len.h"
 
+#include <climits>
+
 #include "nycert/asn1/runtime/asn_tag.h"
 #include "nycert/buffers/diag.h"
 
@@ -66,7 +68,7 @@ obAsnLen BDecLen(obAsnReadBuf& b, unsigned long& bytes) {
       ++bytes;
     }
   }
-  if (length > b.Remaining()) {
+  if (length > b.Remaining() || length > static_cast<unsigned long>(INT_MAX)) {
     OB_HERROR("BDecLen: length exceeds buffer");
     return kAsnLenError;
   }
