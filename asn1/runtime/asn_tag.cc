@@ -68,3 +68,14 @@ obAsnTag BDecTag(obAsnReadBuf& b, unsigned long& bytes) {
   OB_HERROR("asn-tag BDecTag error tag value to long before  offset = %d", b.Offset());
   return kAsnBadTag;
 }
+
+unsigned obAsnTagNumber(obAsnTag tag) {
+  if ((tag & 0x1F) != 0x1F) return tag & 0x1F;
+  unsigned number = 0;
+  for (int i = 1; i <= 3; ++i) {
+    unsigned octet = (tag >> (8 * i)) & 0xFF;
+    number = (number << 7) | (octet & 0x7F);
+    if (!(octet & 0x80)) break;
+  }
+  return number;
+}

@@ -20,6 +20,9 @@ constexpr obAsnTag obAsnMakeTag(unsigned cls, unsigned form, unsigned number) {
                    ((((number >> 7) & 0x7F) | 0x80) << 16) | ((number & 0x7F) << 24);
 }
 
+// The tag number of a packed tag.
+unsigned obAsnTagNumber(obAsnTag tag);
+
 // Class and form bits of a packed tag, and whether it is constructed.
 constexpr unsigned obAsnTagClass(obAsnTag tag) { return tag & 0xC0; }
 constexpr bool obAsnTagIsConstructed(obAsnTag tag) { return (tag & kAsnConstructed) != 0; }
