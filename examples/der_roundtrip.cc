@@ -1,5 +1,6 @@
-// Decodes a DER (or BER) file into a tree of elements, prints it, re-encodes
-// it in DER and reports whether the bytes came back unchanged.
+// Decodes a DER (or BER) file into a tree of elements, printing universal
+// values through the runtime's own classes, then re-encodes the tree in DER
+// and reports whether the octets came back unchanged.
 #include <cstdio>
 #include <memory>
 #include <vector>
@@ -10,43 +11,36 @@ namespace {
 
 struct Element {
   obAsnTag tag = 0;
-  unsigned cls = 0, form = 0, number = 0;
-  const unsigned char* content = nullptr;
+  std::unique_ptr<obAsnType> value;        // a decoded universal primitive
+  const unsigned char* content = nullptr;  // other primitives, kept as they are
   unsigned long length = 0;
   std::vector<Element> children;
 };
 
-// Splits a packed tag into class, form and number.
-void SplitTag(obAsnTag tag, Element& e) {
-  e.cls = tag & 0xC0;
-  e.form = tag & kAsnConstructed;
-  if ((tag & 0x1F) != 0x1F) {
-    e.number = tag & 0x1F;
-    return;
-  }
-  e.number = 0;
-  for (int i = 1; i <= 3; ++i) {
-    unsigned octet = (tag >> (8 * i)) & 0xFF;
-    e.number = (e.number << 7) | (octet & 0x7F);
-    if (!(octet & 0x80)) break;
-  }
-}
-
 bool DecodeElements(obAsnReadBuf& b, std::vector<Element>& out);
 
+// A universal value with a runtime class decodes through it; anything else is
+// split into header and content, constructed contents recursively.
 bool DecodeElement(obAsnReadBuf& b, Element& e) {
   obAsnNestGuard guard(b);
+  const unsigned char* start = b.cur;
   unsigned long used = 0;
   e.tag = BDecTag(b, used);
-  if (e.tag == kAsnBadTag) return false;
-  SplitTag(e.tag, e);
+  if (e.tag == kAsnBadTag || !guard.Ok()) return false;
+  if (obAsnTagClass(e.tag) == kAsnUniversal && !obAsnTagIsConstructed(e.tag)) {
+    e.value.reset(obAsnNewUniversal(obAsnTagNumber(e.tag)));
+    if (e.value) {
+      b.cur = start;
+      return e.value->BDec(b, used) > 0;
+    }
+  }
   obAsnLen len = BDecLen(b, used);
-  if (len == kAsnLenError || !guard.Ok()) return false;
+  if (len == kAsnLenError) return false;
   bool indefinite = len == kAsnIndefiniteLen;
-  if (indefinite && (!e.form || (len = asnLen(b, 1)) < 2)) return false;
+  if (indefinite && (!obAsnTagIsConstructed(e.tag) || (len = asnLen(b, 1)) < 2)) return false;
   e.content = b.Cur();
   e.length = static_cast<unsigned long>(len) - (indefinite ? 2 : 0);
-  if (e.form) {
+  if (obAsnTagIsConstructed(e.tag)) {
     obAsnReadBuf inner(e.content, e.length);
     inner.depth = b.depth;
     if (!DecodeElements(inner, e.children)) return false;
@@ -63,35 +57,45 @@ bool DecodeElements(obAsnReadBuf& b, std::vector<Element>& out) {
   return true;
 }
 
-// Writes an element back to front: content (or children, last first), length, tag.
+// Writes an element back to front: content (children last first), length, tag.
 int EncodeElement(obAsnWriteBuf& w, const Element& e) {
+  if (e.value) return e.value->BEnc(w);
   long content = 0;
-  if (e.form) {
-    for (auto it = e.children.rbegin(); it != e.children.rend(); ++it) {
-      int n = EncodeElement(w, *it);
-      if (n < 0) return -1;
-      content += n;
-    }
-  } else {
-    content = w.PutSeg(e.content, e.length);
+  for (auto it = e.children.rbegin(); it != e.children.rend() && content >= 0; ++it) {
+    int n = EncodeElement(w, *it);
+    content = n < 0 ? -1 : content + n;
   }
+  if (!obAsnTagIsConstructed(e.tag)) content = w.PutSeg(e.content, e.length);
   if (content < 0) return -1;
   int len = BEncDefLen(w, static_cast<unsigned long>(content));
-  int tag = len < 0 ? -1 : BEncTag(w, e.cls, e.form, e.number);
+  int tag = len < 0 ? -1 : BEncTag(w, obAsnTagClass(e.tag), e.tag & kAsnConstructed, obAsnTagNumber(e.tag));
   return tag < 0 ? -1 : static_cast<int>(content) + len + tag;
+}
+
+int EncodeAll(obAsnWriteBuf& w, const std::vector<Element>& top) {
+  int total = 0;
+  for (auto it = top.rbegin(); it != top.rend() && total >= 0; ++it) {
+    int n = EncodeElement(w, *it);
+    total = n < 0 ? -1 : total + n;
+  }
+  return total;
 }
 
 void PrintElement(const Element& e, int level) {
   static const char* kClass[] = {"UNIVERSAL", "APPLICATION", "CONTEXT", "PRIVATE"};
-  std::printf("%s[%s %u] %s, %lu octets\n", obAsnIndent(level), kClass[e.cls >> 6], e.number,
-              e.form ? "constructed" : "primitive", e.length);
-  if (e.form) {
-    for (const Element& child : e.children) PrintElement(child, level + 1);
+  if (e.value) {
+    std::printf("%s%s\n", obAsnIndent(level), e.value->TypeName());
+    e.value->Print(stdout, level + 1);
     return;
   }
-  ObStream text;
-  obAsnSprintHex(&text, e.content, e.length, level + 1);
-  std::fputs(text.c_str(), stdout);
+  std::printf("%s[%s %u] %s\n", obAsnIndent(level), kClass[obAsnTagClass(e.tag) >> 6], obAsnTagNumber(e.tag),
+              obAsnTagIsConstructed(e.tag) ? "constructed" : "primitive");
+  for (const Element& child : e.children) PrintElement(child, level + 1);
+  if (!obAsnTagIsConstructed(e.tag)) {
+    ObStream text;
+    obAsnSprintHex(&text, e.content, e.length, level + 1);
+    std::fputs(text.c_str(), stdout);
+  }
 }
 
 }  // namespace
@@ -116,16 +120,14 @@ int main(int argc, char** argv) {
   for (const Element& e : top) PrintElement(e, 0);
 
   obAsnWriteBuf measure(nullptr, 0);
-  long size = 0;
-  for (auto it = top.rbegin(); it != top.rend() && size >= 0; ++it) {
-    int n = EncodeElement(measure, *it);
-    size = n < 0 ? -1 : size + n;
+  int size = EncodeAll(measure, top);
+  if (size < 0) {
+    std::fprintf(stderr, "%s: cannot be written in DER\n", argv[1]);
+    return 1;
   }
-  if (size < 0) return 1;
   nyBinBuf out(static_cast<unsigned>(size));
   obAsnWriteBuf writer(out.Data(), out.Len());
-  for (auto it = top.rbegin(); it != top.rend(); ++it) EncodeElement(writer, *it);
-  bool same = out == der;
-  std::printf("re-encoded in DER: %ld octets, %s\n", size, same ? "identical to the input" : "differs from the input");
-  return writer.writeError ? 1 : 0;
+  if (EncodeAll(writer, top) != size) return 1;
+  std::printf("re-encoded in DER: %d octets, %s\n", size, out == der ? "identical to the input" : "differs from the input");
+  return 0;
 }
