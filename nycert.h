@@ -33,4 +33,10 @@
 #include "nycert/asn1/runtime/asn_unicode.h"
 #include "nycert/asn1/runtime/asn_universal.h"
 
+#include "nycert/asn1/modules/name_attributes.h"
+#include "nycert/asn1/modules/pkcs1.h"
+#include "nycert/asn1/modules/pkcs9.h"
+#include "nycert/asn1/modules/pkix1_explicit.h"
+#include "nycert/asn1/modules/pkix1_implicit.h"
+
 #endif  // NYCERT_NYCERT_H_

@@ -7,6 +7,7 @@ nycert_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 nycert_packages=(
   "g++:/usr/bin/g++"
   "cmake:/usr/bin/cmake"
+  "python3:/usr/bin/python3"
   "ninja-build:/usr/bin/ninja"
   "pkg-config:/usr/bin/pkg-config"
   "libssl-dev:/usr/include/openssl/evp.h"
