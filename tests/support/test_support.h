@@ -2,6 +2,8 @@
 #ifndef NYCERT_TESTS_SUPPORT_TEST_SUPPORT_H_
 #define NYCERT_TESTS_SUPPORT_TEST_SUPPORT_H_
 
+#include <cstdio>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -9,6 +11,7 @@
 
 // Captures the diagnostic channels for its lifetime, with the gate opened or
 // shut as asked, and restores the switches and default sinks afterwards.
+// Captures may nest; the innermost one holds the lines.
 class DiagCapture {
  public:
   explicit DiagCapture(bool gate_open = true);
@@ -25,10 +28,21 @@ class DiagCapture {
   int saved_debug_, saved_thr_, saved_max_thr_;
 };
 
+// Runs op with the gate open, then shut, and returns its result. Checks that
+// both runs give the same result, that the open run reported a line equal to
+// message (when one is given) and that the shut run reported nothing.
+int Gated(const std::function<int()>& op, const std::string& message = "");
+
 // Octets from hex text; blanks are ignored ("30 03 02 01 05").
 std::vector<unsigned char> Hex(const std::string& text);
 std::string ToHex(const unsigned char* data, size_t length);
 std::string ToHex(const nyBinBuf& buf);
+// text written times over.
+std::string Repeat(const std::string& text, int times);
+
+// What print writes to a stdio stream, or with to_stdout what it writes to
+// standard output when handed a null stream.
+std::string Printed(const std::function<void(FILE*)>& print, bool to_stdout = false);
 
 // A fresh empty directory for one test, removed with the object.
 class TempDir {
