@@ -39,4 +39,9 @@
 #include "nycert/asn1/modules/pkix1_explicit.h"
 #include "nycert/asn1/modules/pkix1_implicit.h"
 
+#include "nycert/names/general_name.h"
+#include "nycert/names/general_names.h"
+#include "nycert/names/obdn.h"
+#include "nycert/names/obdn_flat.h"
+
 #endif  // NYCERT_NYCERT_H_

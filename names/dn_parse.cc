@@ -1,0 +1,38 @@
+#include "nycert/names/dn_parse.h"
+
+#include <algorithm>
+#include <string>
+
+#include "nycert/names/dn_keywords.h"
+#include "nycert/names/dn_scanner.h"
+#include "nycert/names/dn_value.h"
+
+namespace {
+
+//   RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
+//   AttributeTypeAndValue ::= SEQUENCE { type AttributeType, value DirectoryString }
+int AddAssertions(const obDNAssertionText* found, int count, obASN_RelativeDistinguishedName& rdn) {
+  for (int i = 0; i < count; ++i) {
+    obASN_AttributeTypeAndValue& assertion = rdn.Append();
+    if (obDNTypeOfKeyword(found[i].keyword, assertion.type) < 0) return -1;
+    obDNValueFromText(assertion.type, found[i].value, assertion.value);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int obDNParse(const char* text, obASN_RDNSequence& out) {
+  std::string work(text);
+  obDNScanner scanner(&work[0]);
+  obASN_RDNSequence parsed;
+  obDNAssertionText found[kDNMaxAssertions];
+  int count;
+  while ((count = scanner.Next(found)) > 0) {
+    if (AddAssertions(found, count, parsed.Append()) < 0) return -1;
+  }
+  if (count < 0) return -1;
+  std::reverse(parsed.items.begin(), parsed.items.end());
+  out.items.swap(parsed.items);
+  return 0;
+}

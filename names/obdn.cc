@@ -1,0 +1,195 @@
+#include "nycert/names/obdn.h"
+
+#include <algorithm>
+
+#include "nycert/asn1/runtime/asn_bufset.h"
+#include "nycert/buffers/diag.h"
+#include "nycert/names/dn_parse.h"
+#include "nycert/names/name_output.h"
+#include "nycert/names/rdn_sequence.h"
+#include "nycert/platform/obstream.h"
+
+obDN_imp::obDN_imp() = default;
+
+obDN_imp::obDN_imp(const char* text) { Set(text); }
+
+obDN_imp::obDN_imp(const unsigned char* der, int len) { Decode(der, len); }
+
+obDN_imp::obDN_imp(const obASN_RDNSequence& name) { Set(name); }
+
+obDN_imp::obDN_imp(const obDN_imp& other) : name_(other.name_ ? other.name_->Copy() : nullptr) {}
+
+obDN_imp& obDN_imp::operator=(const obDN_imp& other) {
+  if (this != &other) {
+    name_.reset(other.name_ ? other.name_->Copy() : nullptr);
+    Edited();
+  }
+  return *this;
+}
+
+obDN_imp::~obDN_imp() = default;
+
+int obDN_imp::Count() const { return name_ ? static_cast<int>(name_->size()) : 0; }
+
+int obDN_imp::Set(const char* text) {
+  name_.reset();
+  Edited();
+  if (!text) {
+    OB_HERROR("obDN_imp::Set: no string");
+    return -1;
+  }
+  std::unique_ptr<obASN_RDNSequence> parsed(new obASN_RDNSequence);
+  if (obDNParse(text, *parsed) < 0) return -1;
+  name_ = std::move(parsed);
+  return 0;
+}
+
+int obDN_imp::Set(const obASN_RDNSequence& name) {
+  name_.reset(name.Copy());
+  Edited();
+  return 0;
+}
+
+//   Name ::= CHOICE { rdnSequence RDNSequence }
+// The only alternative has no tag of its own, so a Name is decoded as its RDNSequence.
+int obDN_imp::Decode(const unsigned char* der, int len) {
+  name_.reset();
+  Edited();
+  std::unique_ptr<obASN_RDNSequence> decoded(new obASN_RDNSequence);
+  if (!der || len < 0 || obAsnDecode(*decoded, der, static_cast<unsigned long>(len)) < 0) {
+    OB_HERROR("obDN_imp::Decode: failed to decode the name");
+    return -1;
+  }
+  name_ = std::move(decoded);
+  return 0;
+}
+
+const char* obDN_imp::GetStr() const {
+  if (!name_) return nullptr;
+  if (!cacheValid_) {
+    cache_.clear();
+    if (obRdnSequencePrint(*name_, cache_) < 0) return nullptr;
+    cacheValid_ = true;
+  }
+  return cache_.c_str();
+}
+
+int obDN_imp::DerEncode(unsigned char** out, int* len) const {
+  if (!name_) {
+    OB_HERROR("obDN_imp::DerEncode: no name");
+    return -1;
+  }
+  return obNameEncode("obDN_imp::DerEncode", *name_, out, len);
+}
+
+int obDN_imp::GetRDN(const obAsnOid& type, char* dst, int size) const {
+  const obASN_AttributeTypeAndValue* found = name_ ? obRdnSequenceFind(*name_, type) : nullptr;
+  std::string text;
+  if (!found || obAttributeValuePrint(*found, text) < 0) {
+    if (dst && size > 0) dst[0] = '\0';
+    return -1;
+  }
+  return obNameCopyOut("obDN_imp::GetRDN", text, dst, size);
+}
+
+int obDN_imp::GetCN(char* dst, int size) const { return GetRDN(obASN_id_at_commonName, dst, size); }
+
+int obDN_imp::GetO(char* dst, int size) const { return GetRDN(obASN_id_at_organizationName, dst, size); }
+
+int obDN_imp::GetOU(char* dst, int size) const { return GetRDN(obASN_id_at_organizationalUnitName, dst, size); }
+
+int obDN_imp::IsSub(const obDN_imp& other) const {
+  return name_ && other.name_ && obRdnSequenceIsSub(*name_, *other.name_) ? 1 : 0;
+}
+
+int obDN_imp::Equal(const obDN_imp& other) const { return Count() == other.Count() ? IsSub(other) : 0; }
+
+int obDN_imp::IsContain(const obAsnOid& type) const {
+  if (!name_) return -1;
+  for (const obASN_RelativeDistinguishedName& rdn : name_->items)
+    if (obRdnHolds(rdn, type)) return 0;
+  return -1;
+}
+
+int obDN_imp::RemoveCN() {
+  if (!name_ || name_->empty() || !obRdnHolds(name_->items.back(), obASN_id_at_commonName)) return 0;
+  name_->items.pop_back();
+  Edited();
+  return 1;
+}
+
+int obDN_imp::RemoveOid(const obAsnOid& type) {
+  if (!name_) return 0;
+  int removed = 0;
+  for (obASN_RelativeDistinguishedName& rdn : name_->items) {
+    auto gone = std::remove_if(rdn.items.begin(), rdn.items.end(),
+                               [&type](const obASN_AttributeTypeAndValue& a) { return a.type.Equal(type) != 0; });
+    removed += static_cast<int>(rdn.items.end() - gone);
+    rdn.items.erase(gone, rdn.items.end());
+  }
+  auto& rdns = name_->items;
+  rdns.erase(std::remove_if(rdns.begin(), rdns.end(), [](const obASN_RelativeDistinguishedName& r) { return r.empty(); }),
+             rdns.end());
+  if (removed) Edited();
+  return removed;
+}
+
+int obDN_imp::RemoveSubDN(const obDN_imp& sub) {
+  if (!IsSub(sub) || sub.Count() == 0) return 0;
+  name_->items.erase(name_->items.begin(), name_->items.begin() + sub.Count());
+  Edited();
+  return 1;
+}
+
+void obDN_imp::Herror(const char* title) const {
+  if (!obDiagOn()) return;
+  ObStream text;
+  Sprint(&text, title, 0);
+  obNameHerror(text);
+}
+
+void obDN_imp::Fprint(FILE* f, int indent) const {
+  ObStream text;
+  Sprint(&text, nullptr, indent);
+  obNamePut(f, text);
+}
+
+void obDN_imp::Sprint(ObStream* s, const char* title, int indent) const {
+  if (!s) return;
+  const char* str = GetStr();
+  s->Printf("%s%s%s%s\n", obNameTabs(indent).c_str(), title ? title : "", title ? ": " : "", str ? str : "<none>");
+}
+
+obDN::obDN() : imp_(new obDN_imp) {}
+obDN::obDN(const char* text) : imp_(new obDN_imp(text)) {}
+obDN::obDN(const unsigned char* der, int len) : imp_(new obDN_imp(der, len)) {}
+obDN::obDN(const obASN_RDNSequence& name) : imp_(new obDN_imp(name)) {}
+obDN::obDN(const obDN& other) : imp_(new obDN_imp(*other.imp_)) {}
+obDN& obDN::operator=(const obDN& other) {
+  *imp_ = *other.imp_;
+  return *this;
+}
+obDN::~obDN() { delete imp_; }
+
+int obDN::Count() const { return imp_->Count(); }
+int obDN::Set(const char* text) { return imp_->Set(text); }
+int obDN::Set(const obASN_RDNSequence& name) { return imp_->Set(name); }
+int obDN::Decode(const unsigned char* der, int len) { return imp_->Decode(der, len); }
+const char* obDN::GetStr() const { return imp_->GetStr(); }
+const obASN_RDNSequence* obDN::GetName() const { return imp_->GetName(); }
+int obDN::DerEncode(unsigned char** out, int* len) const { return imp_->DerEncode(out, len); }
+int obDN::GetRDN(const obAsnOid& type, char* dst, int size) const { return imp_->GetRDN(type, dst, size); }
+int obDN::GetCN(char* dst, int size) const { return imp_->GetCN(dst, size); }
+int obDN::GetO(char* dst, int size) const { return imp_->GetO(dst, size); }
+int obDN::GetOU(char* dst, int size) const { return imp_->GetOU(dst, size); }
+int obDN::IsSub(const obDN& other) const { return imp_->IsSub(*other.imp_); }
+int obDN::Equal(const obDN& other) const { return imp_->Equal(*other.imp_); }
+bool obDN::operator==(const obDN& other) const { return *imp_ == *other.imp_; }
+bool obDN::operator!=(const obDN& other) const { return *imp_ != *other.imp_; }
+int obDN::IsContain(const obAsnOid& type) const { return imp_->IsContain(type); }
+int obDN::RemoveCN() { return imp_->RemoveCN(); }
+int obDN::RemoveOid(const obAsnOid& type) { return imp_->RemoveOid(type); }
+int obDN::RemoveSubDN(const obDN& sub) { return imp_->RemoveSubDN(*sub.imp_); }
+void obDN::Herror(const char* title) const { imp_->Herror(title); }
+void obDN::Fprint(FILE* f, int indent) const { imp_->Fprint(f, indent); }
+void obDN::Sprint(ObStream* s, const char* title, int indent) const { imp_->Sprint(s, title, indent); }

@@ -1,0 +1,131 @@
+// obDN: a distinguished name, held as its decoded ASN.1 tree, with a string
+// form for people and configuration files.
+//
+// The tree runs from the root RDN (normally the country) to the most
+// specific one (normally the common name); the string form lists them the
+// other way round, so "CN=host,O=Example,C=US" holds C, then O, then CN.
+// A name that failed to parse or decode has no tree: Count() is 0 and
+// GetName() and GetStr() are null.
+#ifndef NYCERT_NAMES_OBDN_H_
+#define NYCERT_NAMES_OBDN_H_
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "nycert/asn1/modules/pkix1_explicit.h"
+
+class ObStream;
+
+class obDN_imp {
+ public:
+  obDN_imp();
+  // Parses the string form.
+  explicit obDN_imp(const char* text);
+  // Decodes the DER of an X.509 Name.
+  obDN_imp(const unsigned char* der, int len);
+  // A copy of the tree.
+  explicit obDN_imp(const obASN_RDNSequence& name);
+  // Deep copies; the string cache is not copied.
+  obDN_imp(const obDN_imp& other);
+  obDN_imp& operator=(const obDN_imp& other);
+  ~obDN_imp();
+
+  // The number of RDNs; 0 without a tree.
+  int Count() const;
+  // Replace the name from a string, a tree or DER; each drops the string
+  // cache. 0, or -1 (reported) leaving no tree.
+  int Set(const char* text);
+  int Set(const obASN_RDNSequence& name);
+  int Decode(const unsigned char* der, int len);
+
+  // The string form, owned by the name and valid until the next edit; null
+  // without a tree or when a value cannot be printed. It is made on the
+  // first call and kept, so two threads must not make it for one name at
+  // once, and unknown attribute types print through a shared buffer.
+  const char* GetStr() const;
+  const obASN_RDNSequence* GetName() const { return name_.get(); }
+  // The DER in a new block for the caller to release with delete[]: 0, or -1.
+  int DerEncode(unsigned char** out, int* len) const;
+
+  // Copies the printed value of the first attribute of type, searching from
+  // the most specific RDN to the root: 0, or -1 when there is no tree, no
+  // such attribute, no dst, size below 1, or the text does not fit.
+  int GetRDN(const obAsnOid& type, char* dst, int size) const;
+  int GetCN(char* dst, int size) const;
+  int GetO(char* dst, int size) const;
+  int GetOU(char* dst, int size) const;
+
+  // 1 when other is this name or one of its ancestors: walking both from the
+  // root, each RDN of other matches the RDN of this name at its place.
+  int IsSub(const obDN_imp& other) const;
+  // 1 when both have trees, the same number of RDNs, and IsSub holds.
+  int Equal(const obDN_imp& other) const;
+  bool operator==(const obDN_imp& other) const { return Equal(other) != 0; }
+  bool operator!=(const obDN_imp& other) const { return Equal(other) == 0; }
+  // 0 when some RDN holds an attribute of type; -1 when none does or there
+  // is no tree. Note the sense: 0 means found.
+  int IsContain(const obAsnOid& type) const;
+
+  // Removes the most specific RDN when it holds a common name: 1, else 0
+  // and the name is unchanged.
+  int RemoveCN();
+  // Removes every attribute of type, and RDNs left empty: the count removed.
+  int RemoveOid(const obAsnOid& type);
+  // When sub is an ancestor of this name (IsSub), removes the RDNs it
+  // contributes, leaving the part below it: 1, else 0 and no change.
+  int RemoveSubDN(const obDN_imp& sub);
+
+  // "<title>: <string form>" through the diagnostic channel.
+  void Herror(const char* title) const;
+  // One line: indent tabs and the string form ("<none>" without a tree).
+  void Fprint(FILE* f, int indent) const;
+  void Sprint(ObStream* s, const char* title, int indent) const;
+
+ private:
+  void Edited() const { cacheValid_ = false; }
+
+  std::unique_ptr<obASN_RDNSequence> name_;
+  mutable std::string cache_;
+  mutable bool cacheValid_ = false;
+};
+
+// The handle: every member forwards to the implementation it owns.
+class obDN {
+ public:
+  obDN();
+  explicit obDN(const char* text);
+  obDN(const unsigned char* der, int len);
+  explicit obDN(const obASN_RDNSequence& name);
+  obDN(const obDN& other);
+  obDN& operator=(const obDN& other);
+  ~obDN();
+
+  int Count() const;
+  int Set(const char* text);
+  int Set(const obASN_RDNSequence& name);
+  int Decode(const unsigned char* der, int len);
+  const char* GetStr() const;
+  const obASN_RDNSequence* GetName() const;
+  int DerEncode(unsigned char** out, int* len) const;
+  int GetRDN(const obAsnOid& type, char* dst, int size) const;
+  int GetCN(char* dst, int size) const;
+  int GetO(char* dst, int size) const;
+  int GetOU(char* dst, int size) const;
+  int IsSub(const obDN& other) const;
+  int Equal(const obDN& other) const;
+  bool operator==(const obDN& other) const;
+  bool operator!=(const obDN& other) const;
+  int IsContain(const obAsnOid& type) const;
+  int RemoveCN();
+  int RemoveOid(const obAsnOid& type);
+  int RemoveSubDN(const obDN& sub);
+  void Herror(const char* title) const;
+  void Fprint(FILE* f, int indent) const;
+  void Sprint(ObStream* s, const char* title, int indent) const;
+
+ private:
+  obDN_imp* imp_;
+};
+
+#endif  // NYCERT_NAMES_OBDN_H_
