@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "nycert/asn1/runtime/asn_codec.h"
 #include "nycert/asn1/runtime/asn_len.h"
 #include "nycert/asn1/runtime/asn_print.h"
 #include "nycert/asn1/runtime/asn_strcodec.h"
@@ -147,7 +148,7 @@ int obAsnBits::BEncContent(obAsnWriteBuf& b) const {
 }
 
 int obAsnBits::BEnc(obAsnWriteBuf& b) const {
-  return obAsnEncodePrimitive(b, BEncContent(b), kAsnBitStringTag, "obAsnBits");
+  return obAsnEncHeader(b, BEncContent(b), obAsnTagDef{kAsnUniversal, kAsnBitStringTag, kAsnFormPrim}, "obAsnBits");
 }
 
 int obAsnBits::GetBit(unsigned long i) const {

@@ -1,9 +1,9 @@
 #include "nycert/asn1/runtime/asn_enum.h"
 
+#include "nycert/asn1/runtime/asn_codec.h"
 #include "nycert/asn1/runtime/asn_len.h"
 #include "nycert/asn1/runtime/asn_print.h"
 #include "nycert/asn1/runtime/asn_smallint.h"
-#include "nycert/asn1/runtime/asn_strcodec.h"
 #include "nycert/asn1/runtime/asn_tag.h"
 #include "nycert/buffers/diag.h"
 #include "nycert/platform/obstream.h"
@@ -34,7 +34,7 @@ int obAsnEnum::BDec(obAsnReadBuf& b, unsigned long& bytesDecoded) {
 }
 
 int obAsnEnum::BEnc(obAsnWriteBuf& b) const {
-  return obAsnEncodePrimitive(b, BEncContent(b), kEnumNumber, kName);
+  return obAsnEncHeader(b, BEncContent(b), obAsnTagDef{kAsnUniversal, kEnumNumber, kAsnFormPrim}, kName);
 }
 
 int obAsnEnum::Sprint(ObStream* s, int indent) const {

@@ -3,10 +3,10 @@
 #include <cstring>
 #include <limits>
 
+#include "nycert/asn1/runtime/asn_codec.h"
 #include "nycert/asn1/runtime/asn_len.h"
 #include "nycert/asn1/runtime/asn_print.h"
 #include "nycert/asn1/runtime/asn_smallint.h"
-#include "nycert/asn1/runtime/asn_strcodec.h"
 #include "nycert/asn1/runtime/asn_tag.h"
 #include "nycert/buffers/diag.h"
 #include "nycert/platform/obstream.h"
@@ -58,7 +58,7 @@ int obAsnInt::BDec(obAsnReadBuf& b, unsigned long& bytesDecoded) {
 }
 
 int obAsnInt::BEnc(obAsnWriteBuf& b) const {
-  return obAsnEncodePrimitive(b, BEncContent(b), kIntNumber, kName);
+  return obAsnEncHeader(b, BEncContent(b), obAsnTagDef{kAsnUniversal, kIntNumber, kAsnFormPrim}, kName);
 }
 
 int obAsnInt::Sprint(ObStream* s, int indent) const {

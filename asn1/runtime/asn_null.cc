@@ -1,8 +1,8 @@
 #include "nycert/asn1/runtime/asn_null.h"
 
+#include "nycert/asn1/runtime/asn_codec.h"
 #include "nycert/asn1/runtime/asn_len.h"
 #include "nycert/asn1/runtime/asn_print.h"
-#include "nycert/asn1/runtime/asn_strcodec.h"
 #include "nycert/asn1/runtime/asn_tag.h"
 #include "nycert/buffers/diag.h"
 #include "nycert/platform/obstream.h"
@@ -33,7 +33,7 @@ int obAsnNull::BDec(obAsnReadBuf& b, unsigned long& bytesDecoded) {
 }
 
 int obAsnNull::BEnc(obAsnWriteBuf& b) const {
-  return obAsnEncodePrimitive(b, BEncContent(b), kNullNumber, kName);
+  return obAsnEncHeader(b, BEncContent(b), obAsnTagDef{kAsnUniversal, kNullNumber, kAsnFormPrim}, kName);
 }
 
 int obAsnNull::Sprint(ObStream* s, int indent) const {

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "nycert/asn1/runtime/asn_codec.h"
 #include "nycert/asn1/runtime/asn_len.h"
 #include "nycert/asn1/runtime/asn_print.h"
 #include "nycert/asn1/runtime/asn_strcodec.h"
@@ -102,7 +103,7 @@ int obAsnOcts::BDecContent(obAsnReadBuf& b, obAsnTag tag, obAsnLen len, unsigned
 int obAsnOcts::BEncContent(obAsnWriteBuf& b) const { return obAsnPutContent(b, data(), size(), "obAsnOcts"); }
 
 int obAsnOcts::BEnc(obAsnWriteBuf& b) const {
-  return obAsnEncodePrimitive(b, BEncContent(b), kAsnOctetStringTag, "obAsnOcts");
+  return obAsnEncHeader(b, BEncContent(b), obAsnTagDef{kAsnUniversal, kAsnOctetStringTag, kAsnFormPrim}, "obAsnOcts");
 }
 
 int obAsnOcts::Sprint(ObStream* s, int indent) const {

@@ -60,21 +60,3 @@ int obAsnPutContent(obAsnWriteBuf& b, const unsigned char* p, unsigned long n, c
   }
   return static_cast<int>(n);
 }
-
-int obAsnEncodePrimitive(obAsnWriteBuf& b, int content, unsigned number, const char* owner) {
-  if (content < 0) {
-    OB_HERROR(" %s::BEnc attempt to encode content failed", owner);
-    return -1;
-  }
-  int len = BEncDefLen(b, static_cast<unsigned long>(content));
-  if (len < 0) {
-    OB_HERROR(" %s::BEnc attempt to encode length failed", owner);
-    return -1;
-  }
-  int tag = BEncTag(b, kAsnUniversal, kAsnPrimitive, number);
-  if (tag < 0) {
-    OB_HERROR(" %s::BEnc attempt to encode tag failed", owner);
-    return -1;
-  }
-  return content + len + tag;
-}

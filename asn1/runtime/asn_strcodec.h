@@ -1,6 +1,6 @@
 // Codec pieces shared by the string types (OCTET STRING, BIT STRING and the
 // character strings): walking the segments of a constructed BER encoding,
-// writing primitive content, and completing a primitive tag-length-value.
+// and writing primitive content.
 #ifndef NYCERT_ASN1_RUNTIME_ASN_STRCODEC_H_
 #define NYCERT_ASN1_RUNTIME_ASN_STRCODEC_H_
 
@@ -25,10 +25,5 @@ int obAsnDecodeSegments(obAsnReadBuf& b, obAsnLen len, unsigned long& bytesDecod
 // Puts n content octets in front of b's contents: n, or -1 with a message
 // naming owner (also when n is beyond what a definite length can carry).
 int obAsnPutContent(obAsnWriteBuf& b, const unsigned char* p, unsigned long n, const char* owner);
-
-// Completes a universal primitive value whose content was just written;
-// content is what the content encoder returned. The total size, or -1 with
-// a message naming owner and the failed step.
-int obAsnEncodePrimitive(obAsnWriteBuf& b, int content, unsigned number, const char* owner);
 
 #endif  // NYCERT_ASN1_RUNTIME_ASN_STRCODEC_H_

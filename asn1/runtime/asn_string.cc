@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "nycert/asn1/runtime/asn_codec.h"
 #include "nycert/asn1/runtime/asn_len.h"
 #include "nycert/asn1/runtime/asn_octs.h"
 #include "nycert/asn1/runtime/asn_print.h"
@@ -186,7 +187,7 @@ int obAsnString::BEncContent(obAsnWriteBuf& b) const {
 }
 
 int obAsnString::BEnc(obAsnWriteBuf& b) const {
-  return obAsnEncodePrimitive(b, BEncContent(b), kind_->tag, kind_->name);
+  return obAsnEncHeader(b, BEncContent(b), obAsnTagDef{kAsnUniversal, kind_->tag, kAsnFormPrim}, kind_->name);
 }
 
 int obAsnString::Sprint(ObStream* s, int indent) const {
