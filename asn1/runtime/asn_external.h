@@ -11,22 +11,17 @@
 #ifndef NYCERT_ASN1_RUNTIME_ASN_EXTERNAL_H_
 #define NYCERT_ASN1_RUNTIME_ASN_EXTERNAL_H_
 
-#include <memory>
-
 #include "nycert/asn1/runtime/asn_any.h"
 #include "nycert/asn1/runtime/asn_bits.h"
 #include "nycert/asn1/runtime/asn_int.h"
 #include "nycert/asn1/runtime/asn_octs.h"
 #include "nycert/asn1/runtime/asn_oid.h"
+#include "nycert/asn1/runtime/asn_opt.h"
 #include "nycert/asn1/runtime/asn_string.h"
 
 class obAsnEXTERNALChoice : public obAsnType {
  public:
   enum ChoiceId { kNone = -1, kSingleAsn1Type = 0, kOctetAligned = 1, kArbitrary = 2 };
-
-  obAsnEXTERNALChoice() = default;
-  obAsnEXTERNALChoice(const obAsnEXTERNALChoice& other);
-  obAsnEXTERNALChoice& operator=(const obAsnEXTERNALChoice& other);
 
   const char* TypeName() const override;
   obAsnEXTERNALChoice* Clone() const override;
@@ -43,20 +38,16 @@ class obAsnEXTERNALChoice : public obAsnType {
   obAsnBits& SetArbitrary();
 
   ChoiceId choiceId = kNone;
-  std::unique_ptr<obAsnAny> singleAsn1Type;
-  std::unique_ptr<obAsnOcts> octetAligned;
-  std::unique_ptr<obAsnBits> arbitrary;
+  obAsnOpt<obAsnAny> singleAsn1Type;
+  obAsnOpt<obAsnOcts> octetAligned;
+  obAsnOpt<obAsnBits> arbitrary;
 
  private:
-  void Reset();
+  void Reset(ChoiceId chosen);
 };
 
 class obAsnEXTERNAL : public obAsnType {
  public:
-  obAsnEXTERNAL() = default;
-  obAsnEXTERNAL(const obAsnEXTERNAL& other);
-  obAsnEXTERNAL& operator=(const obAsnEXTERNAL& other);
-
   const char* TypeName() const override;
   obAsnEXTERNAL* Clone() const override;
   obAsnEXTERNAL* Copy() const override;
@@ -66,9 +57,9 @@ class obAsnEXTERNAL : public obAsnType {
   int BDecContent(obAsnReadBuf& b, obAsnTag tag, obAsnLen len, unsigned long& bytesDecoded);
   int BEncContent(obAsnWriteBuf& b) const;
 
-  std::unique_ptr<obAsnOid> directReference;
-  std::unique_ptr<obAsnInt> indirectReference;
-  std::unique_ptr<obAsnObjectDescriptor> dataValueDescriptor;
+  obAsnOpt<obAsnOid> directReference;
+  obAsnOpt<obAsnInt> indirectReference;
+  obAsnOpt<obAsnObjectDescriptor> dataValueDescriptor;
   obAsnEXTERNALChoice encoding;
 };
 
