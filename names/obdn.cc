@@ -17,12 +17,14 @@ obDN_imp::obDN_imp(const unsigned char* der, int len) { Decode(der, len); }
 
 obDN_imp::obDN_imp(const obASN_RDNSequence& name) { Set(name); }
 
-obDN_imp::obDN_imp(const obDN_imp& other) : name_(other.name_ ? other.name_->Copy() : nullptr) {}
+obDN_imp::obDN_imp(const obDN_imp& other)
+    : name_(other.name_ ? other.name_->Copy() : nullptr), der_(other.der_) {}
 
 obDN_imp& obDN_imp::operator=(const obDN_imp& other) {
   if (this != &other) {
     name_.reset(other.name_ ? other.name_->Copy() : nullptr);
     Edited();
+    der_ = other.der_;
   }
   return *this;
 }
@@ -61,6 +63,7 @@ int obDN_imp::Decode(const unsigned char* der, int len) {
     return -1;
   }
   name_ = std::move(decoded);
+  der_.Assign(der, static_cast<unsigned long>(len));
   return 0;
 }
 
@@ -102,7 +105,10 @@ int obDN_imp::IsSub(const obDN_imp& other) const {
   return name_ && other.name_ && obRdnSequenceIsSub(*name_, *other.name_) ? 1 : 0;
 }
 
-int obDN_imp::Equal(const obDN_imp& other) const { return Count() == other.Count() ? IsSub(other) : 0; }
+int obDN_imp::Equal(const obDN_imp& other) const {
+  if (!der_.empty() && der_ == other.der_) return 1;
+  return Count() == other.Count() ? IsSub(other) : 0;
+}
 
 int obDN_imp::IsContain(const obAsnOid& type) const {
   if (!name_) return -1;

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "nycert/asn1/modules/pkix1_explicit.h"
+#include "nycert/asn1/runtime/asn_bytes.h"
 
 class ObStream;
 
@@ -83,9 +84,16 @@ class obDN_imp {
   void Sprint(ObStream* s, const char* title, int indent) const;
 
  private:
-  void Edited() const { cacheValid_ = false; }
+  void Edited() {
+    cacheValid_ = false;
+    der_.Clear();
+  }
 
   std::unique_ptr<obASN_RDNSequence> name_;
+  // The DER the tree was decoded from, until an edit: names decoded from
+  // certificates compare by these octets first, which settles the common
+  // case (an issuer against its CA's subject) without walking the trees.
+  obAsnBytes der_;
   mutable std::string cache_;
   mutable bool cacheValid_ = false;
 };

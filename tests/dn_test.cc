@@ -314,6 +314,24 @@ TEST(DnDer, RoundTrips) {
   EXPECT_EQ(Gated([&] { return obDN("Email=caf\xe9").DerEncode(&block, &len); }), -1);
 }
 
+// Decoded names compare by their DER first; an edit must end that, and
+// different octets must still reach the value-by-value rules.
+TEST(DnDer, DecodedNamesCompareByOctetsUntilEdited) {
+  NameDer der = DerOf(obDN("CN=host,O=Example,C=US"));
+  obDN a(der.data(), static_cast<int>(der.size()));
+  obDN b(der.data(), static_cast<int>(der.size()));
+  EXPECT_TRUE(a == b);
+  obDN copy(a);
+  EXPECT_TRUE(copy == b);
+  EXPECT_EQ(a.RemoveCN(), 1);
+  EXPECT_FALSE(a == b);
+  EXPECT_FALSE(b == a);
+  EXPECT_TRUE(a == obDN("O=Example,C=US"));
+  EXPECT_EQ(b.RemoveOid(obASN_id_at_countryName), 1);
+  EXPECT_TRUE(b == obDN("CN=host,O=Example"));
+  EXPECT_TRUE(ValueName(kPrintable, "Example  CA") == ValueName(kUtf8, "example ca"));
+}
+
 TEST(DnDer, DecodeFailures) {
   const char* kFailed = "obDN_imp::Decode: failed to decode the name";
   for (const char* hex : {"", "30", "30 05 31 03 30 01", "31 00", "30 00 00",
