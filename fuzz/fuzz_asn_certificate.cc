@@ -29,8 +29,7 @@ int Number(const uint8_t* p, size_t n) {
 }
 
 // A time text of yearDigits year digits, then MMDDHHMMSS and "Z", naming a
-// real calendar second (the time types accept second 60 and day 31 of short
-// months and write them back as the next valid time).
+// real calendar second (a leap second 60 included).
 bool CalendarTime(const uint8_t* p, size_t n, size_t yearDigits) {
   if (n != yearDigits + 11 || !Digits(p, n - 1) || p[n - 1] != 'Z') return false;
   int year = Number(p, yearDigits);
@@ -41,7 +40,7 @@ bool CalendarTime(const uint8_t* p, size_t n, size_t yearDigits) {
   bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
   if (month < 1 || month > 12 || day < 1) return false;
   if (day > kDays[month - 1] + (month == 2 && leap ? 1 : 0)) return false;
-  return Number(t + 4, 2) < 24 && Number(t + 6, 2) < 60 && Number(t + 8, 2) < 60;
+  return Number(t + 4, 2) < 24 && Number(t + 6, 2) < 60 && Number(t + 8, 2) <= 60;
 }
 
 // Universal primitive content in its one DER form, as far as this library

@@ -144,11 +144,18 @@ int CheckTime(const unsigned char* p, unsigned long n) {
   return ParseTime(syntax, p, n, &seconds) ? 1 : 0;
 }
 
+// A valid text of exactly "<year>MMDDhhmmssZ" is already DER and is kept as it
+// stands, so a leap second (60) survives; other forms are rewritten.
 template <const obAsnTimeSyntax& syntax>
 int DerTime(const unsigned char* p, unsigned long n, obAsnBytes& out) {
   long seconds;
   std::string text;
-  if (!ParseTime(syntax, p, n, &seconds) || !FormatTime(syntax, seconds, &text)) return -1;
+  if (!ParseTime(syntax, p, n, &seconds)) return -1;
+  if (n == static_cast<unsigned long>(syntax.yearDigits) + 11 && p[n - 1] == 'Z') {
+    out.Assign(p, n);
+    return 0;
+  }
+  if (!FormatTime(syntax, seconds, &text)) return -1;
   out.Assign(reinterpret_cast<const unsigned char*>(text.data()), text.size());
   return 0;
 }
