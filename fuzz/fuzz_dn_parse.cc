@@ -10,8 +10,8 @@
 #include <memory>
 #include <string>
 
-#include "nycert/names/dn_chars.h"
-#include "nycert/names/dn_value.h"
+#include "nycert/names/dn_chars_internal.h"
+#include "nycert/names/dn_value_internal.h"
 #include "nycert/names/obdn.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "nycert/names/dn_keywords.h"
+#include "nycert/names/dn_keywords_internal.h"
 
 #include <climits>
 #include <cstring>
@@ -8,7 +8,7 @@
 #include "nycert/asn1/modules/pkcs9.h"
 #include "nycert/asn1/modules/pkix1_explicit.h"
 #include "nycert/buffers/diag.h"
-#include "nycert/names/dn_chars.h"
+#include "nycert/names/dn_chars_internal.h"
 
 namespace {
 

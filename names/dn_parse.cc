@@ -1,11 +1,11 @@
-#include "nycert/names/dn_parse.h"
+#include "nycert/names/dn_parse_internal.h"
 
 #include <algorithm>
 #include <string>
 
-#include "nycert/names/dn_keywords.h"
-#include "nycert/names/dn_scanner.h"
-#include "nycert/names/dn_value.h"
+#include "nycert/names/dn_keywords_internal.h"
+#include "nycert/names/dn_scanner_internal.h"
+#include "nycert/names/dn_value_internal.h"
 
 namespace {
 

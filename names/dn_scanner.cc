@@ -1,7 +1,7 @@
-#include "nycert/names/dn_scanner.h"
+#include "nycert/names/dn_scanner_internal.h"
 
 #include "nycert/buffers/diag.h"
-#include "nycert/names/dn_chars.h"
+#include "nycert/names/dn_chars_internal.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "nycert/names/dn_value.h"
+#include "nycert/names/dn_value_internal.h"
 
 #include <cstring>
 
 #include "nycert/asn1/modules/name_attributes.h"
 #include "nycert/asn1/modules/pkcs9.h"
 #include "nycert/buffers/diag.h"
-#include "nycert/names/dn_chars.h"
+#include "nycert/names/dn_chars_internal.h"
 
 namespace {
 

@@ -6,10 +6,10 @@
 #include "nycert/asn1/runtime/asn_len.h"
 #include "nycert/asn1/runtime/asn_tag.h"
 #include "nycert/buffers/diag.h"
-#include "nycert/names/dn_keywords.h"
-#include "nycert/names/dn_value.h"
-#include "nycert/names/ip_text.h"
-#include "nycert/names/name_output.h"
+#include "nycert/names/dn_keywords_internal.h"
+#include "nycert/names/dn_value_internal.h"
+#include "nycert/names/ip_text_internal.h"
+#include "nycert/names/name_output_internal.h"
 #include "nycert/platform/obstream.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "nycert/buffers/diag.h"
-#include "nycert/names/name_output.h"
+#include "nycert/names/name_output_internal.h"
 #include "nycert/platform/obstream.h"
 
 obGeneralNames_imp::obGeneralNames_imp() = default;

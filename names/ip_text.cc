@@ -1,4 +1,4 @@
-#include "nycert/names/ip_text.h"
+#include "nycert/names/ip_text_internal.h"
 
 #include <arpa/inet.h>
 

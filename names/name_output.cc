@@ -1,4 +1,4 @@
-#include "nycert/names/name_output.h"
+#include "nycert/names/name_output_internal.h"
 
 #include <cstring>
 #include <memory>

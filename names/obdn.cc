@@ -4,9 +4,9 @@
 
 #include "nycert/asn1/runtime/asn_bufset.h"
 #include "nycert/buffers/diag.h"
-#include "nycert/names/dn_parse.h"
-#include "nycert/names/name_output.h"
-#include "nycert/names/rdn_sequence.h"
+#include "nycert/names/dn_parse_internal.h"
+#include "nycert/names/name_output_internal.h"
+#include "nycert/names/rdn_sequence_internal.h"
 #include "nycert/platform/obstream.h"
 
 obDN_imp::obDN_imp() = default;

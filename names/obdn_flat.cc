@@ -3,8 +3,8 @@
 #include <string>
 
 #include "nycert/buffers/diag.h"
-#include "nycert/names/dn_value.h"
-#include "nycert/names/name_output.h"
+#include "nycert/names/dn_value_internal.h"
+#include "nycert/names/name_output_internal.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "nycert/names/rdn_sequence.h"
+#include "nycert/names/rdn_sequence_internal.h"
 
-#include "nycert/names/dn_keywords.h"
-#include "nycert/names/dn_value.h"
+#include "nycert/names/dn_keywords_internal.h"
+#include "nycert/names/dn_value_internal.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The attribute keywords of the string form of distinguished names, and the
 // "OID." form of attribute types that have none.
-#ifndef NYCERT_NAMES_DN_KEYWORDS_H_
-#define NYCERT_NAMES_DN_KEYWORDS_H_
+#ifndef NYCERT_NAMES_DN_KEYWORDS_INTERNAL_H_
+#define NYCERT_NAMES_DN_KEYWORDS_INTERNAL_H_
 
 #include "nycert/asn1/runtime/asn_oid.h"
 
@@ -33,4 +33,4 @@ int obNUM2OID(const char* text, obAsnOid& out);
 // any case) and dotted arcs. 0, or -1 (reported).
 int obDNTypeOfKeyword(const char* keyword, obAsnOid& out);
 
-#endif  // NYCERT_NAMES_DN_KEYWORDS_H_
+#endif  // NYCERT_NAMES_DN_KEYWORDS_INTERNAL_H_

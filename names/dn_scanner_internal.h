@@ -15,8 +15,8 @@
 // character; every backslash sets the escape, an escaped one included, so
 // "\\x" keeps only the x. The end of the text completes the RDN in states 0,
 // 4 (trailing blanks kept) and 6, and is an error in the others.
-#ifndef NYCERT_NAMES_DN_SCANNER_H_
-#define NYCERT_NAMES_DN_SCANNER_H_
+#ifndef NYCERT_NAMES_DN_SCANNER_INTERNAL_H_
+#define NYCERT_NAMES_DN_SCANNER_INTERNAL_H_
 
 // The most assertions one RDN may hold.
 constexpr int kDNMaxAssertions = 5;
@@ -61,4 +61,4 @@ class obDNScanner {
   int count_ = 0;
 };
 
-#endif  // NYCERT_NAMES_DN_SCANNER_H_
+#endif  // NYCERT_NAMES_DN_SCANNER_INTERNAL_H_

@@ -1,6 +1,6 @@
 // Parsing the string form of a distinguished name into its ASN.1 tree.
-#ifndef NYCERT_NAMES_DN_PARSE_H_
-#define NYCERT_NAMES_DN_PARSE_H_
+#ifndef NYCERT_NAMES_DN_PARSE_INTERNAL_H_
+#define NYCERT_NAMES_DN_PARSE_INTERNAL_H_
 
 #include "nycert/asn1/modules/pkix1_explicit.h"
 
@@ -10,4 +10,4 @@
 // with out unchanged.
 int obDNParse(const char* text, obASN_RDNSequence& out);
 
-#endif  // NYCERT_NAMES_DN_PARSE_H_
+#endif  // NYCERT_NAMES_DN_PARSE_INTERNAL_H_

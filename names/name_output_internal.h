@@ -1,7 +1,7 @@
 // Output helpers shared by the name classes: Fprint and Herror are built on
 // each class's Sprint, and texts are handed out in caller buffers.
-#ifndef NYCERT_NAMES_NAME_OUTPUT_H_
-#define NYCERT_NAMES_NAME_OUTPUT_H_
+#ifndef NYCERT_NAMES_NAME_OUTPUT_INTERNAL_H_
+#define NYCERT_NAMES_NAME_OUTPUT_INTERNAL_H_
 
 #include <cstdio>
 #include <string>
@@ -24,4 +24,4 @@ class obAsnType;
 // with delete[]: 0, or -1 (reported under owner's name).
 int obNameEncode(const char* owner, const obAsnType& value, unsigned char** out, int* len);
 
-#endif  // NYCERT_NAMES_NAME_OUTPUT_H_
+#endif  // NYCERT_NAMES_NAME_OUTPUT_INTERNAL_H_

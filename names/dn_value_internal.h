@@ -7,8 +7,8 @@
 // Teletex, Printable and IA5 values are text; a UniversalString is binary; a
 // UTF8String is text when every octet is below 0x80 and a BMPString when
 // every character is, else they are binary.
-#ifndef NYCERT_NAMES_DN_VALUE_H_
-#define NYCERT_NAMES_DN_VALUE_H_
+#ifndef NYCERT_NAMES_DN_VALUE_INTERNAL_H_
+#define NYCERT_NAMES_DN_VALUE_INTERNAL_H_
 
 #include <string>
 
@@ -45,4 +45,4 @@ bool obDNValueEqual(const obDNValue& a, const obDNValue& b);
 // stands; encoding checks it.
 void obDNValueFromText(const obAsnOid& type, const char* text, obASN_DirectoryString& out);
 
-#endif  // NYCERT_NAMES_DN_VALUE_H_
+#endif  // NYCERT_NAMES_DN_VALUE_INTERNAL_H_

@@ -1,6 +1,6 @@
 // Character classes of the string form of distinguished names.
-#ifndef NYCERT_NAMES_DN_CHARS_H_
-#define NYCERT_NAMES_DN_CHARS_H_
+#ifndef NYCERT_NAMES_DN_CHARS_INTERNAL_H_
+#define NYCERT_NAMES_DN_CHARS_INTERNAL_H_
 
 // Space and line feed separate words in names and fold in comparisons.
 inline bool obDNIsBlank(int c) { return c == ' ' || c == '\n'; }
@@ -36,4 +36,4 @@ inline bool obDNNeedsEscape(int c) {
   }
 }
 
-#endif  // NYCERT_NAMES_DN_CHARS_H_
+#endif  // NYCERT_NAMES_DN_CHARS_INTERNAL_H_

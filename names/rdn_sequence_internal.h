@@ -4,8 +4,8 @@
 //   RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
 //
 // The sequence runs from the root (first) to the most specific RDN (last).
-#ifndef NYCERT_NAMES_RDN_SEQUENCE_H_
-#define NYCERT_NAMES_RDN_SEQUENCE_H_
+#ifndef NYCERT_NAMES_RDN_SEQUENCE_INTERNAL_H_
+#define NYCERT_NAMES_RDN_SEQUENCE_INTERNAL_H_
 
 #include <string>
 
@@ -34,4 +34,4 @@ const obASN_AttributeTypeAndValue* obRdnSequenceFind(const obASN_RDNSequence& na
 // Whether rdn holds an assertion of type.
 bool obRdnHolds(const obASN_RelativeDistinguishedName& rdn, const obAsnOid& type);
 
-#endif  // NYCERT_NAMES_RDN_SEQUENCE_H_
+#endif  // NYCERT_NAMES_RDN_SEQUENCE_INTERNAL_H_

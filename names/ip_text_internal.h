@@ -1,6 +1,6 @@
 // The text form of the octets of an iPAddress general name.
-#ifndef NYCERT_NAMES_IP_TEXT_H_
-#define NYCERT_NAMES_IP_TEXT_H_
+#ifndef NYCERT_NAMES_IP_TEXT_INTERNAL_H_
+#define NYCERT_NAMES_IP_TEXT_INTERNAL_H_
 
 #include <string>
 
@@ -12,4 +12,4 @@ bool obIPLengthOk(int len);
 // for 8 and 32; empty for other lengths.
 std::string obIPText(const unsigned char* octets, int len);
 
-#endif  // NYCERT_NAMES_IP_TEXT_H_
+#endif  // NYCERT_NAMES_IP_TEXT_INTERNAL_H_
