@@ -1,0 +1,55 @@
+// Enumerations and callback shapes shared by the key subsystem.
+#ifndef NYCERT_KEYS_PK_TYPES_H_
+#define NYCERT_KEYS_PK_TYPES_H_
+
+// Key algorithms.
+enum obAlgType : int { obAlg_None = 0, obAlg_RSA = 1, obAlg_DH = 2 };
+
+// Operation modes of Sign and Verify. Modes 0 and 2 sign the DigestInfo of the
+// input; 1 and 3 sign the input as it is. Verify in mode 3 accepts either form.
+enum obPKop_type : int {
+  obPKop_DigestInfo = 0,
+  obPKop_Raw = 1,
+  obPKop_DigestInfoCompat = 2,
+  obPKop_RawOrDigestInfo = 3,
+};
+
+// Digest algorithms. 3 is the answer for an identifier that names no known digest.
+enum ob_md_type : int {
+  ob_md_md5 = 1,
+  ob_md_sha1 = 2,
+  ob_md_unknown = 3,
+  ob_md_sha256 = 4,
+  ob_md_sha384 = 5,
+  ob_md_sha512 = 6,
+};
+
+// The largest digest any ob_md_type produces (SHA-512).
+constexpr int kObMaxDigestLen = 64;
+
+// Export forms of a key.
+enum obPK_Format : int {
+  obPK_Format_Set = 0,         // attribute set, written through an obset** of size 4
+  obPK_Format_PublicDER = 1,   // public key DER (RSAPublicKey for RSA)
+  obPK_Format_PrivateDER = 2,  // private key DER (RSAPrivateKey for RSA)
+};
+
+// What GetLen measures.
+enum obPK_Len_Type : int {
+  obPK_Len_Bits = 0,   // modulus (or prime) size in bits
+  obPK_Len_Bytes = 1,  // modulus size in bytes: the length of a signature or ciphertext
+};
+
+// Return codes of key operations beyond -1.
+enum obPK_RC {
+  obPK_RC_NoCallback = -1000,  // missing callback, or an allocation failure in an asynchronous call
+  obPK_RC_NotImplemented = -1001,
+  obPK_RC_ExportFailed = -1003,
+  obPK_RC_LengthMismatch = -1004,
+  obPK_RC_BufferTooSmall = -1005,
+};
+
+// The callback of an asynchronous key operation.
+typedef void (*obPubKeyCB)(void* cbContext, int rc, void* data, int dataLen, const char* message);
+
+#endif  // NYCERT_KEYS_PK_TYPES_H_
