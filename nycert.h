@@ -4,6 +4,10 @@
 #define NYCERT_NYCERT_H_
 
 #include "nycert/platform/mtmutex.h"
+#include "nycert/platform/nybcrypt.h"
+#include "nycert/platform/obd_env.h"
+#include "nycert/platform/obrand.h"
+#include "nycert/platform/obset.h"
 #include "nycert/platform/obstream.h"
 #include "nycert/platform/oserr.h"
 
@@ -43,5 +47,15 @@
 #include "nycert/names/general_names.h"
 #include "nycert/names/obdn.h"
 #include "nycert/names/obdn_flat.h"
+
+#include "nycert/keys/digest_info.h"
+#include "nycert/keys/nysrsa.h"
+#include "nycert/keys/pk_types.h"
+#include "nycert/keys/pkcs1_pad.h"
+#include "nycert/keys/pkobj.h"
+#include "nycert/keys/pubkey.h"
+#include "nycert/keys/rsa_gen.h"
+#include "nycert/keys/rsa_import.h"
+#include "nycert/keys/rsa_key_formats.h"
 
 #endif  // NYCERT_NYCERT_H_

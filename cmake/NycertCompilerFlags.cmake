@@ -1,4 +1,4 @@
-# Warnings for the project's own code, and the sanitizer build.
+# Warnings for the project's own code, and the sanitizer builds.
 
 function(nycert_set_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wformat=2 -Wnon-virtual-dtor)
@@ -10,6 +10,16 @@ endfunction()
 if(NYCERT_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined -fno-sanitize-recover=all)
+endif()
+
+# The data-race build: ThreadSanitizer cannot be combined with AddressSanitizer.
+option(NYCERT_TSAN "Build everything with ThreadSanitizer" OFF)
+if(NYCERT_TSAN)
+  if(NYCERT_SANITIZE)
+    message(FATAL_ERROR "NYCERT_TSAN and NYCERT_SANITIZE exclude each other")
+  endif()
+  add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=thread)
 endif()
 
 # The fuzzing build (clang): library code gets coverage instrumentation and

@@ -1,10 +1,7 @@
 // Certificates, CRLs and keys made by the openssl command-line tool decode
 // into the generated PKIX and PKCS #1 classes and encode back to the very
 // same octets.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -30,53 +27,7 @@ namespace {
 using Der = std::vector<unsigned char>;
 using Named = std::vector<std::pair<std::string, Der>>;
 
-std::string Tool() {
-  const char* tool = std::getenv("NYCERT_OPENSSL");
-  return tool && *tool ? tool : "openssl";
-}
-
-// Runs the tool with args in dir, quietly: whether it succeeded.
-bool Openssl(const std::string& dir, const std::string& args) {
-  std::string command = "cd '" + dir + "' && " + Tool() + " " + args + " >/dev/null 2>&1";
-  return std::system(command.c_str()) == 0;
-}
-
-Der ReadDer(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return Der((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
-
 void WriteText(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
-
-// A private key that outlives the test process: RSA of bits, or EC P-256 for
-// bits 0. Large RSA keys are slow to make, so each is made once and kept in a
-// directory of the user's under the system's temporary directory. Tests run
-// in parallel processes: the one that creates the lock file makes the key
-// (under a private name, then renamed); the others wait for it.
-std::string CachedKey(int bits) {
-  const char* tmp = std::getenv("TMPDIR");
-  std::string dir = std::string(tmp && *tmp ? tmp : "/tmp") + "/nycert-test-keys-" + std::to_string(getuid());
-  mkdir(dir.c_str(), 0700);
-  std::string path = dir + (bits ? "/rsa" + std::to_string(bits) + ".pem" : "/ec256.pem");
-  std::string lock = path + ".lock";
-  for (int waited = 0; access(path.c_str(), R_OK) != 0; ++waited) {
-    bool stale = waited == 600;  // two minutes: the lock's maker died
-    int fd = stale ? -1 : open(lock.c_str(), O_CREAT | O_EXCL | O_WRONLY, 0600);
-    if (fd < 0 && !stale) {
-      usleep(200000);
-      continue;
-    }
-    if (fd >= 0) close(fd);
-    std::string scratch = path + "." + std::to_string(getpid());
-    std::string algorithm = bits ? "RSA -pkeyopt rsa_keygen_bits:" + std::to_string(bits)
-                                 : "EC -pkeyopt ec_paramgen_curve:P-256";
-    if (Openssl(dir, "genpkey -algorithm " + algorithm + " -out '" + scratch + "'"))
-      std::rename(scratch.c_str(), path.c_str());
-    unlink(lock.c_str());
-    break;
-  }
-  return path;
-}
 
 const char kRequestConfig[] = R"(
 [ req ]
@@ -213,7 +164,7 @@ class Corpus {
                                  options + " -outform DER -out " + name + ".der")
                        : Run("req -x509 -new -utf8 -key '" + key + "' -subj '" + subject + "' -config " + config +
                              " " + options + " -outform DER -out " + name + ".der");
-    if (made) certs_.emplace_back(name, ReadDer(dir_.File(name + ".der")));
+    if (made) certs_.emplace_back(name, ReadBytes(dir_.File(name + ".der")));
     return made;
   }
 
@@ -224,7 +175,7 @@ class Corpus {
                "' -subj '/C=US/O=Nycert Test/CN=Test Root' -days 3650 -config utf8only.cnf -extensions ca"
                " -set_serial 1 -out ca.crt") &&
            Run("x509 -in ca.crt -outform DER -out ca.der") &&
-           (certs_.emplace_back("ca", ReadDer(dir_.File("ca.der"))), true) &&
+           (certs_.emplace_back("ca", ReadBytes(dir_.File("ca.der"))), true) &&
            Cert("full", rsaKeys_[1024],
                 "/C=US/ST=California/L=San Francisco/O=Example Inc/OU=Engineering/CN=www.example.com"
                 "/emailAddress=admin@example.com/serialNumber=A123/title=Engineer/street=1 Main St/UID=jdoe"
@@ -244,7 +195,7 @@ class Corpus {
   bool Crl(const std::string& name, const std::string& options) {
     bool made = Run("ca -config ca.cnf -gencrl " + options + " -out " + name + ".pem") &&
                 Run("crl -in " + name + ".pem -outform DER -out " + name + ".der");
-    if (made) crls_.emplace_back(name, ReadDer(dir_.File(name + ".der")));
+    if (made) crls_.emplace_back(name, ReadBytes(dir_.File(name + ".der")));
     return made;
   }
 
@@ -539,7 +490,7 @@ TEST_F(AsnPkix, RsaKeysAndDigestInfoEncodeBackToTheirOctets) {
     std::string bits = std::to_string(key.first);
     ASSERT_TRUE(corpus_->Run("rsa -in '" + key.second + "' -traditional -outform DER -out key" + bits + ".der"));
     obASN_RSAPrivateKey priv;
-    ExpectExactRoundTrip(priv, ReadDer(corpus_->dir() + "/key" + bits + ".der"), "private key " + bits);
+    ExpectExactRoundTrip(priv, ReadBytes(corpus_->dir() + "/key" + bits + ".der"), "private key " + bits);
     EXPECT_EQ(priv.version.Value(), obASN_RSAPrivateKey_version::two_prime);
   }
   std::pair<const char*, const obAsnOid*> digests[] = {
@@ -550,7 +501,7 @@ TEST_F(AsnPkix, RsaKeysAndDigestInfoEncodeBackToTheirOctets) {
     ASSERT_TRUE(corpus_->Run("pkeyutl -verifyrecover -inkey '" + corpus_->rsaKeys().at(2048) + "' -in " + name +
                              ".sig -out " + name + ".di"));
     obASN_DigestInfo info;
-    ExpectExactRoundTrip(info, ReadDer(corpus_->dir() + "/" + name + ".di"), name);
+    ExpectExactRoundTrip(info, ReadBytes(corpus_->dir() + "/" + name + ".di"), name);
     EXPECT_EQ(info.digestAlgorithm.algorithm, *digest.second);
   }
 }

@@ -4,9 +4,16 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "nycert/platform/oserr.h"
 
@@ -136,4 +143,60 @@ TempDir::TempDir() {
 
 TempDir::~TempDir() {
   if (!path_.empty()) std::system(("rm -rf '" + path_ + "'").c_str());
+}
+
+std::string OpensslTool() {
+  const char* tool = std::getenv("NYCERT_OPENSSL");
+  return tool && *tool ? tool : "openssl";
+}
+
+bool Openssl(const std::string& dir, const std::string& args) {
+  std::string command = "cd '" + dir + "' && " + OpensslTool() + " " + args + " >/dev/null 2>&1";
+  return std::system(command.c_str()) == 0;
+}
+
+std::string OpensslOutput(const std::string& dir, const std::string& args) {
+  std::string command = "cd '" + dir + "' && " + OpensslTool() + " " + args + " 2>&1";
+  std::string out;
+  if (FILE* pipe = popen(command.c_str(), "r")) {
+    char chunk[256];
+    for (size_t n; (n = fread(chunk, 1, sizeof chunk, pipe)) > 0;) out.append(chunk, n);
+    pclose(pipe);
+  }
+  return out;
+}
+
+std::string CachedKey(int bits) {
+  const char* tmp = std::getenv("TMPDIR");
+  std::string dir = std::string(tmp && *tmp ? tmp : "/tmp") + "/nycert-test-keys-" + std::to_string(getuid());
+  mkdir(dir.c_str(), 0700);
+  std::string path = dir + (bits ? "/rsa" + std::to_string(bits) + ".pem" : "/ec256.pem");
+  std::string lock = path + ".lock";
+  for (int waited = 0; access(path.c_str(), R_OK) != 0; ++waited) {
+    bool stale = waited == 600;  // two minutes: the lock's maker died
+    int fd = stale ? -1 : open(lock.c_str(), O_CREAT | O_EXCL | O_WRONLY, 0600);
+    if (fd < 0 && !stale) {
+      usleep(200000);
+      continue;
+    }
+    if (fd >= 0) close(fd);
+    std::string scratch = path + "." + std::to_string(getpid());
+    std::string algorithm = bits ? "RSA -pkeyopt rsa_keygen_bits:" + std::to_string(bits)
+                                 : "EC -pkeyopt ec_paramgen_curve:P-256";
+    if (Openssl(dir, "genpkey -algorithm " + algorithm + " -out '" + scratch + "'"))
+      std::rename(scratch.c_str(), path.c_str());
+    unlink(lock.c_str());
+    break;
+  }
+  return path;
+}
+
+std::vector<unsigned char> ReadBytes(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::vector<unsigned char>((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+void WriteBytes(const std::string& path, const std::vector<unsigned char>& bytes) {
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }

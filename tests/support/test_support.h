@@ -58,4 +58,20 @@ class TempDir {
   std::string path_;
 };
 
+// The openssl command-line tool as a peer: $NYCERT_OPENSSL, else "openssl".
+std::string OpensslTool();
+// Runs the tool with args in dir, quietly: whether it succeeded.
+bool Openssl(const std::string& dir, const std::string& args);
+// What the tool writes to standard output and error when run with args in dir.
+std::string OpensslOutput(const std::string& dir, const std::string& args);
+// A private key made once by the tool: RSA of bits, or EC P-256 for bits 0.
+// Large RSA keys are slow to make, so each is kept in a directory of the
+// user's under $TMPDIR and shared by parallel test processes: the one that
+// creates the lock file makes the key (under a private name, then renamed),
+// the others wait. Returns the PEM file's path.
+std::string CachedKey(int bits);
+
+std::vector<unsigned char> ReadBytes(const std::string& path);
+void WriteBytes(const std::string& path, const std::vector<unsigned char>& bytes);
+
 #endif  // NYCERT_TESTS_SUPPORT_TEST_SUPPORT_H_

@@ -1,0 +1,637 @@
+// RSA keys: the operations with their edge cases and messages, the import and
+// export forms, generation, and signatures exchanged with the openssl tool.
+#include <gtest/gtest.h>
+#include <openssl/bio.h>
+#include <openssl/bn.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/rsa.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "nycert/keys/digest_info.h"
+#include "nycert/keys/nysrsa.h"
+#include "nycert/keys/rsa_gen.h"
+#include "nycert/keys/rsa_import.h"
+#include "nycert/platform/nybcrypt.h"
+#include "nycert/platform/obd_env.h"
+#include "nycert/platform/obset.h"
+#include "support/test_support.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+struct KeyFree {
+  void operator()(obPubKey* key) const { obFreePubKey(key); }
+};
+using Key = std::unique_ptr<obPubKey, KeyFree>;
+
+struct SetFree {
+  void operator()(obset* set) const { obset_free(set); }
+};
+using Set = std::unique_ptr<obset, SetFree>;
+
+Key PemKey(const std::string& path) {
+  Bytes pem = ReadBytes(path);
+  return Key(obImportRSAKeyPEM(reinterpret_cast<const char*>(pem.data()), static_cast<unsigned>(pem.size())));
+}
+
+// The private key of bits made by the tool, loaded once per process.
+obPubKey* ToolKey(int bits) {
+  static std::map<int, Key> keys;
+  Key& key = keys[bits];
+  if (!key) key = PemKey(CachedKey(bits));
+  return key.get();
+}
+
+Bytes ExportDer(obPubKey* key, obPK_Format fmt) {
+  int len = key->Export(fmt, nullptr, 0);
+  if (len < 1) return {};
+  Bytes der(static_cast<size_t>(len));
+  return key->Export(fmt, der.data(), len) == len ? der : Bytes{};
+}
+
+Key PublicOf(obPubKey* key) {
+  Bytes der = ExportDer(key, obPK_Format_PublicDER);
+  return Key(obImportRSAKey(obPK_Format_PublicDER, der.data(), static_cast<int>(der.size())));
+}
+
+Bytes Sign(obPubKey* key, obPKop_type op, ob_md_type md, const Bytes& data) {
+  Bytes sig(static_cast<size_t>(key->Sign(op, md, data.data(), static_cast<int>(data.size()), nullptr, 0)));
+  int n = key->Sign(op, md, data.data(), static_cast<int>(data.size()), sig.data(), static_cast<int>(sig.size()));
+  return n == static_cast<int>(sig.size()) ? sig : Bytes{};
+}
+
+int Verify(obPubKey* key, obPKop_type op, ob_md_type md, const Bytes& data, const Bytes& sig) {
+  return key->Verify(op, md, data.data(), static_cast<int>(data.size()), sig.data(), static_cast<int>(sig.size()));
+}
+
+Bytes Digest(ob_md_type md, const Bytes& data) {
+  Bytes out(kObMaxDigestLen);
+  out.resize(static_cast<size_t>(ny_md_hashbuf(md, data.data(), static_cast<unsigned>(data.size()), out.data())));
+  return out;
+}
+
+Bytes DigestInfoOf(ob_md_type md, const Bytes& digest) {
+  nyBinBuf info;
+  EXPECT_EQ(0, nyPKCS1DigestInfo(digest.data(), static_cast<unsigned>(digest.size()), md, info));
+  return Bytes(info.Data(), info.Data() + info.Len());
+}
+
+const Bytes kMessage = {'s', 'i', 'g', 'n', 'e', 'd', ' ', 't', 'e', 'x', 't'};
+
+// ---------------------------------------------------------------------------
+
+TEST(RsaKeyOps, SignLengthQueryAndSizes) {
+  obPubKey* key = ToolKey(1024);
+  ASSERT_NE(key, nullptr);
+  EXPECT_EQ(128, key->Sign(obPKop_DigestInfo, ob_md_sha1, kMessage.data(), 11, nullptr, 0));
+  EXPECT_EQ(1024, key->GetLen(obPK_Len_Bits));
+  EXPECT_EQ(128, key->GetLen(obPK_Len_Bytes));
+  EXPECT_STREQ("nySRSA_imp", key->ClassName());
+  EXPECT_EQ(obAlg_RSA, key->algorithm());
+  EXPECT_EQ(unsigned{nySRSA_Flag_Public | nySRSA_Flag_Private}, key->Flags());
+  EXPECT_EQ(unsigned{nySRSA_Flag_Public}, PublicOf(key)->Flags());
+}
+
+TEST(RsaKeyOps, VerifyRefusesWrongSignatureLength) {
+  obPubKey* key = ToolKey(1024);
+  Bytes digest = Digest(ob_md_sha1, kMessage);
+  Bytes sig = Sign(key, obPKop_DigestInfo, ob_md_sha1, digest);
+  ASSERT_EQ(128u, sig.size());
+  sig.pop_back();
+  EXPECT_EQ(-1004, Gated([&] { return Verify(key, obPKop_DigestInfo, ob_md_sha1, digest, sig); },
+                         "nySRSA_imp::Verify: Signature length mismatch 127 != 128"));
+  sig.push_back(0);
+  sig.push_back(0);
+  EXPECT_EQ(-1004, Verify(key, obPKop_DigestInfo, ob_md_sha1, digest, sig));
+}
+
+TEST(RsaKeyOps, ModesOfSignAndVerify) {
+  obPubKey* key = ToolKey(1024);
+  Key pub = PublicOf(key);
+  Bytes digest = Digest(ob_md_sha256, kMessage);
+  Bytes overInfo = Sign(key, obPKop_DigestInfo, ob_md_sha256, digest);
+  Bytes overDigest = Sign(key, obPKop_Raw, ob_md_sha256, digest);
+  EXPECT_EQ(overInfo, Sign(key, obPKop_DigestInfoCompat, ob_md_sha256, digest));
+  EXPECT_EQ(overInfo, Sign(key, obPKop_Raw, ob_md_sha256, DigestInfoOf(ob_md_sha256, digest)));
+  EXPECT_EQ(overDigest, Sign(key, obPKop_RawOrDigestInfo, ob_md_sha256, digest));
+
+  EXPECT_EQ(0, Verify(pub.get(), obPKop_DigestInfo, ob_md_sha256, digest, overInfo));
+  EXPECT_EQ(0, Verify(pub.get(), obPKop_Raw, ob_md_sha256, digest, overDigest));
+  EXPECT_EQ(0, Verify(pub.get(), obPKop_RawOrDigestInfo, ob_md_sha256, digest, overInfo));
+  EXPECT_EQ(0, Verify(pub.get(), obPKop_RawOrDigestInfo, ob_md_sha256, digest, overDigest));
+
+  DiagCapture diag;
+  EXPECT_EQ(-1004, Verify(pub.get(), obPKop_DigestInfo, ob_md_sha256, digest, overDigest));
+  EXPECT_TRUE(diag.Saw("nySRSA_imp::Verify: different message signed"));
+  EXPECT_TRUE(diag.Saw("Decoded version:"));
+  EXPECT_TRUE(diag.Saw("Should be:"));
+  Bytes other = digest;
+  other[0] ^= 1;
+  EXPECT_EQ(-100, Verify(pub.get(), obPKop_DigestInfo, ob_md_sha256, other, overInfo));
+  EXPECT_EQ(-100, Verify(pub.get(), obPKop_RawOrDigestInfo, ob_md_sha256, other, overInfo));
+  EXPECT_EQ(-1004, Verify(pub.get(), obPKop_DigestInfo, ob_md_sha1, digest, overInfo));
+}
+
+TEST(RsaKeyOps, SignFailures) {
+  obPubKey* key = ToolKey(1024);
+  Key pub = PublicOf(key);
+  Bytes digest = Digest(ob_md_sha1, kMessage);
+  Bytes out(128);
+  EXPECT_EQ(-1001, pub->Sign(obPKop_DigestInfo, ob_md_sha1, digest.data(), 20, out.data(), 128));
+  EXPECT_EQ(-1003, key->Sign(obPKop_DigestInfo, ob_md_sha1, nullptr, 20, out.data(), 128));
+  EXPECT_EQ(-1003, key->Sign(obPKop_DigestInfo, ob_md_sha1, digest.data(), 0, out.data(), 128));
+  EXPECT_EQ(-1005, Gated([&] { return key->Sign(obPKop_DigestInfo, ob_md_sha1, digest.data(), 20, out.data(), 127); },
+                         "nySRSA_imp::Sign length too short"));
+  EXPECT_EQ(-1001, Gated([&] { return key->Sign(static_cast<obPKop_type>(7), ob_md_sha1, digest.data(), 20,
+                                                out.data(), 128); },
+                         "nySRSA_imp::Sign: unsupported op 7"));
+  // A raw block longer than the padding leaves room for.
+  Bytes tooLong(118, 0x55);
+  EXPECT_EQ(-1, Gated([&] { return key->Sign(obPKop_Raw, ob_md_sha1, tooLong.data(), 118, out.data(), 128); },
+                      "nySRSA_imp::Sign: failed"));
+  EXPECT_EQ(-1001, Gated([&] { return key->Derive(obPKop_Raw, digest.data(), 20, out.data(), 128); },
+                         "Derive not implemeted for nySRSA_imp"));
+}
+
+TEST(RsaKeyOps, EncryptDecrypt) {
+  obPubKey* key = ToolKey(1024);
+  Key pub = PublicOf(key);
+  Bytes secret(16, 0x42), cipher(128), plain(16);
+  EXPECT_EQ(-1005, Gated([&] { return pub->Encrypt(obPKop_Raw, secret.data(), 16, cipher.data(), 127); },
+                         "nySRSA_imp::Encrypt length to short"));
+  ASSERT_EQ(128, pub->Encrypt(obPKop_Raw, secret.data(), 16, cipher.data(), 128));
+  // The plaintext fits a buffer much shorter than the modulus.
+  EXPECT_EQ(16, key->Decrypt(obPKop_Raw, cipher.data(), 128, plain.data(), 16));
+  EXPECT_EQ(secret, plain);
+  EXPECT_EQ(-1005, Gated([&] { return key->Decrypt(obPKop_Raw, cipher.data(), 128, plain.data(), 15); },
+                         "nySRSA_imp::Decrypt value too long 16>15"));
+  cipher[5] ^= 0x80;
+  EXPECT_EQ(-1, Gated([&] { return key->Decrypt(obPKop_Raw, cipher.data(), 128, plain.data(), 16); },
+                      "nySRSA_imp::Decrypt decryption failed"));
+  EXPECT_EQ(-1, pub->Decrypt(obPKop_Raw, cipher.data(), 128, plain.data(), 16));
+  Bytes big(118, 1);
+  EXPECT_EQ(-1, Gated([&] { return pub->Encrypt(obPKop_Raw, big.data(), 118, cipher.data(), 128); },
+                      "nySRSA_imp::Encryption failed"));
+}
+
+TEST(RsaKeyOps, EncryptAEncryptsAndReportsMinusOne) {
+  obPubKey* key = ToolKey(1024);
+  obd_env* env = obd_env_create();
+  ASSERT_NE(env, nullptr);
+  struct Seen {
+    int calls = 0, rc = 0, dataLen = 1;
+    void* data = &calls;
+  } seen;
+  auto callback = [](void* ctx, int rc, void* data, int dataLen, const char*) {
+    Seen* s = static_cast<Seen*>(ctx);
+    ++s->calls;
+    s->rc = rc;
+    s->data = data;
+    s->dataLen = dataLen;
+  };
+  Bytes secret(20, 0x17), cipher(128, 0), plain(20);
+  EXPECT_EQ(0, key->EncryptA(obPKop_Raw, secret.data(), 20, cipher.data(), 128, callback, &seen, env));
+  EXPECT_EQ(0, seen.calls);
+  EXPECT_EQ(20, key->Decrypt(obPKop_Raw, cipher.data(), 128, plain.data(), 20));
+  EXPECT_EQ(secret, plain);
+  for (int i = 0; i < 20 && seen.calls == 0; ++i) obd_env_run_once(env, 50);
+  EXPECT_EQ(1, seen.calls);
+  EXPECT_EQ(-1, seen.rc);
+  EXPECT_EQ(nullptr, seen.data);
+  EXPECT_EQ(0, seen.dataLen);
+  obd_env_destroy(env);
+}
+
+TEST(RsaKeyOps, EqualityByPublicForm) {
+  obPubKey* key = ToolKey(1024);
+  Key pub = PublicOf(key);
+  EXPECT_EQ(1, obPubKey_Equal(key, key));
+  EXPECT_EQ(1, obPubKey_Equal(key, pub.get()));
+  EXPECT_EQ(0, obPubKey_Equal(key, ToolKey(2048)));
+}
+
+TEST(RsaKeyExport, FormatsAndFailures) {
+  obPubKey* key = ToolKey(1024);
+  Key pub = PublicOf(key);
+  obset* set = nullptr;
+  EXPECT_EQ(-1003, Gated([&] { return key->Export(obPK_Format_Set, &set, 3); },
+                         "nySRSA_imp::Export: wrong pointer length 3"));
+  EXPECT_EQ(-1003, Gated([&] { return key->Export(obPK_Format_Set, nullptr, 4); },
+                         "nySRSA_imp::Export: cannot assign to NULL pointer"));
+  // 4 is accepted beside the size of the pointer itself.
+  ASSERT_EQ(0, key->Export(obPK_Format_Set, &set, 4));
+  Set first(set);
+  ASSERT_EQ(0, key->Export(obPK_Format_Set, &set, static_cast<int>(sizeof set)));
+  Set second(set);
+  EXPECT_NE(nullptr, second->GetSet("private"));
+
+  int len = key->Export(obPK_Format_PublicDER, nullptr, 0);
+  ASSERT_GT(len, 128);
+  Bytes der(static_cast<size_t>(len));
+  EXPECT_EQ(-1005, key->Export(obPK_Format_PublicDER, der.data(), len - 1));
+  EXPECT_EQ(-1003, pub->Export(obPK_Format_PrivateDER, nullptr, 0));
+  EXPECT_EQ(-1001, Gated([&] { return key->Export(static_cast<obPK_Format>(9), der.data(), len); },
+                         "nySRSA_imp::Export: 9 not implemented"));
+}
+
+// The DER forms match what the tool writes for the same key.
+TEST(RsaKeyExport, DerMatchesTool) {
+  TempDir dir;
+  std::string pem = CachedKey(2048);
+  obPubKey* key = ToolKey(2048);
+  ASSERT_TRUE(Openssl(dir.path(), "rsa -in '" + pem + "' -traditional -outform DER -out priv.der"));
+  ASSERT_TRUE(Openssl(dir.path(), "rsa -in '" + pem + "' -RSAPublicKey_out -outform DER -out pub.der"));
+  EXPECT_EQ(ReadBytes(dir.File("priv.der")), ExportDer(key, obPK_Format_PrivateDER));
+  EXPECT_EQ(ReadBytes(dir.File("pub.der")), ExportDer(key, obPK_Format_PublicDER));
+}
+
+TEST(RsaKeyImport, DerAndPemForms) {
+  TempDir dir;
+  std::string pem = CachedKey(1024);
+  obPubKey* key = ToolKey(1024);
+  ASSERT_TRUE(Openssl(dir.path(), "rsa -in '" + pem + "' -traditional -out rsa.pem"));
+  ASSERT_TRUE(Openssl(dir.path(), "rsa -in '" + pem + "' -RSAPublicKey_out -out rsapub.pem"));
+  ASSERT_TRUE(Openssl(dir.path(), "rsa -in '" + pem + "' -pubout -out spki.pem"));
+  ASSERT_TRUE(Openssl(dir.path(), "rsa -in '" + pem + "' -pubout -outform DER -out spki.der"));
+  ASSERT_TRUE(Openssl(dir.path(), "pkcs8 -topk8 -nocrypt -in '" + pem + "' -outform DER -out p8.der"));
+  ASSERT_TRUE(Openssl(dir.path(), "pkcs8 -topk8 -passout pass:x -in '" + pem + "' -out p8enc.pem"));
+
+  for (const char* file : {"rsa.pem", "rsapub.pem", "spki.pem"}) {
+    Key k = PemKey(dir.File(file));
+    ASSERT_NE(k, nullptr) << file;
+    EXPECT_EQ(1, obPubKey_Equal(key, k.get())) << file;
+  }
+  EXPECT_EQ(0u, PemKey(dir.File("rsapub.pem"))->Flags() & nySRSA_Flag_Private);
+  EXPECT_EQ(nullptr, PemKey(dir.File("p8enc.pem")));
+
+  Bytes p8 = ReadBytes(dir.File("p8.der"));
+  Key fromP8(obImportRSAKey(obPK_Format_PrivateDER, p8.data(), static_cast<int>(p8.size())));
+  ASSERT_NE(fromP8, nullptr);
+  EXPECT_EQ(ExportDer(key, obPK_Format_PrivateDER), ExportDer(fromP8.get(), obPK_Format_PrivateDER));
+  Bytes spki = ReadBytes(dir.File("spki.der"));
+  Key fromSpki(obImportRSAKey(obPK_Format_PublicDER, spki.data(), static_cast<int>(spki.size())));
+  ASSERT_NE(fromSpki, nullptr);
+  EXPECT_EQ(1, obPubKey_Equal(key, fromSpki.get()));
+  // A private form is not a public one, and nothing may follow the key.
+  EXPECT_EQ(nullptr, obImportRSAKey(obPK_Format_PublicDER, p8.data(), static_cast<int>(p8.size())));
+  spki.push_back(0);
+  EXPECT_EQ(nullptr, obImportRSAKey(obPK_Format_PublicDER, spki.data(), static_cast<int>(spki.size())));
+  p8.resize(p8.size() / 2);
+  EXPECT_EQ(nullptr, obImportRSAKey(obPK_Format_PrivateDER, p8.data(), static_cast<int>(p8.size())));
+  EXPECT_EQ(nullptr, nyRSA_from_buf(p8.data(), 0));
+}
+
+TEST(RsaKeyImport, HostileInput) {
+  EXPECT_EQ(nullptr, obImportRSAKeyPEM("no armour here", 14));
+  std::string cert = "-----BEGIN CERTIFICATE-----\nMAA=\n-----END CERTIFICATE-----\n";
+  DiagCapture diag;
+  EXPECT_EQ(nullptr, obImportRSAKeyPEM(cert.data(), static_cast<unsigned>(cert.size())));
+  EXPECT_TRUE(diag.Saw("obImportRSAKeyPEM: unsupported block CERTIFICATE"));
+  std::string bad = "-----BEGIN PUBLIC KEY-----\n!!!!\n-----END PUBLIC KEY-----\n";
+  EXPECT_EQ(nullptr, obImportRSAKeyPEM(bad.data(), static_cast<unsigned>(bad.size())));
+  unsigned seed = 7;
+  for (int round = 0; round < 200; ++round) {
+    Bytes noise(static_cast<size_t>(1 + rand_r(&seed) % 300));
+    for (auto& b : noise) b = static_cast<unsigned char>(rand_r(&seed));
+    if (round % 2) noise[0] = 0x30;
+    EXPECT_EQ(nullptr, nyRSA_from_buf(noise.data(), static_cast<int>(noise.size())));
+  }
+}
+
+obPubKey* CountingImporter(void* context, obPK_Format, const void*, int) {
+  ++*static_cast<int*>(context);
+  return nullptr;
+}
+
+TEST(RsaKeyImport, InstalledImporterAndBuiltinFormats) {
+  int calls = 0;
+  Bytes der = ExportDer(ToolKey(1024), obPK_Format_PrivateDER);
+  obSetImportRSAKey_func(CountingImporter, &calls);
+  EXPECT_EQ(nullptr, obImportRSAKey(obPK_Format_PrivateDER, der.data(), static_cast<int>(der.size())));
+  EXPECT_EQ(1, calls);
+  obSetImportRSAKey_func(nullptr, &calls);
+  Key key(obImportRSAKey(obPK_Format_PrivateDER, der.data(), static_cast<int>(der.size())));
+  EXPECT_NE(key, nullptr);
+  EXPECT_EQ(1, calls);
+
+  obset* set = nullptr;
+  ASSERT_EQ(0, key->Export(obPK_Format_Set, &set, 4));
+  Set owned(set);
+  Key fromSet(obImportRSAKey(obPK_Format_Set, &set, static_cast<int>(sizeof set)));
+  ASSERT_NE(fromSet, nullptr);
+  EXPECT_EQ(der, ExportDer(fromSet.get(), obPK_Format_PrivateDER));
+  EXPECT_EQ(0, Gated([&] { return obImportRSAKey(obPK_Format_Set, &set, 3) ? 1 : 0; },
+                     "nySRSA_imp: wrong pointer length 3"));
+  EXPECT_EQ(0, Gated([&] { return obImportRSAKey(static_cast<obPK_Format>(5), der.data(), 4) ? 1 : 0; },
+                     "nySRSA_imp: unsupported type to import: 5"));
+}
+
+TEST(RsaKeySet, RoundTripsAndFallbacks) {
+  obPubKey* key = ToolKey(1024);
+  Bytes der = ExportDer(key, obPK_Format_PrivateDER);
+  obset* raw = nullptr;
+  ASSERT_EQ(0, key->Export(obPK_Format_Set, &raw, 4));
+  Set set(raw);
+  ASSERT_NE(set->GetValue("modulus"), nullptr);
+  EXPECT_EQ(128u, set->GetValue("modulus")->Len());
+  EXPECT_EQ("01 00 01", ToHex(*set->GetValue("public")));
+  const obset* priv = set->GetSet("private");
+  ASSERT_NE(priv, nullptr);
+  const nyBinBuf* pkcs1 = priv->GetValue("pkcs1");
+  ASSERT_NE(pkcs1, nullptr);
+  EXPECT_EQ(der, Bytes(pkcs1->Data(), pkcs1->Data() + pkcs1->Len()));
+
+  // A damaged PKCS#8 form is passed over for the PKCS#1 one.
+  obset* damaged = obset_new();
+  Set damagedOwner(damaged);
+  damaged->Put("modulus", *set->GetValue("modulus"));
+  damaged->Put("public", *set->GetValue("public"));
+  obset* damagedPriv = obset_new();
+  Bytes junk = {0x30, 0x03, 0x02, 0x01, 0x00};
+  damagedPriv->Put("pkcs8", junk.data(), static_cast<unsigned>(junk.size()));
+  damagedPriv->Put("pkcs1", *priv->GetValue("pkcs1"));
+  damaged->PutSet("private", damagedPriv);
+  {
+    DiagCapture diag;
+    Key k(obImportRSAKey_from_Set(damaged));
+    ASSERT_NE(k, nullptr);
+    EXPECT_TRUE(diag.Saw("obImportRSAKey_from_Set: error reading pkcs8 - continuing"));
+    EXPECT_EQ(der, ExportDer(k.get(), obPK_Format_PrivateDER));
+    EVP_PKEY* pk = nyRSA_from_set(damaged);
+    EXPECT_TRUE(diag.Saw("nyRSA_from_set: error reading pkcs8 - continuing"));
+    EXPECT_EQ(1, nyRSA_is_ok(pk));
+    EVP_PKEY_free(pk);
+  }
+  // Without private forms the public part remains.
+  damagedPriv->Put("pkcs1", junk.data(), static_cast<unsigned>(junk.size()));
+  Key pubOnly(obImportRSAKey_from_Set(damaged));
+  ASSERT_NE(pubOnly, nullptr);
+  EXPECT_EQ(unsigned{nySRSA_Flag_Public}, pubOnly->Flags());
+  EXPECT_EQ(1, obPubKey_Equal(key, pubOnly.get()));
+
+  Set empty(obset_new());
+  EXPECT_EQ(0, Gated([&] { return nyRSA_from_set(empty.get()) ? 1 : 0; }, "nyRSA_from_set: Error parsing key"));
+}
+
+// A key kind that holds its material elsewhere: only the public DER comes out.
+class OutsideKeyImp : public obPubKey_imp_vc {
+ public:
+  explicit OutsideKeyImp(Bytes der) : der_(std::move(der)) {}
+  obAlgType algorithm() const override { return obAlg_RSA; }
+  int OK() const override { return 1; }
+  unsigned Flags() const override { return 0; }
+  const char* ClassName() const override { return "OutsideKeyImp"; }
+  int Export(obPK_Format fmt, void* out, int outLen) override {
+    if (fmt != obPK_Format_PublicDER || der_.empty()) return obPubKey_imp_vc::Export(fmt, out, outLen);
+    if (out && outLen >= static_cast<int>(der_.size()))
+      std::copy(der_.begin(), der_.end(), static_cast<unsigned char*>(out));
+    return static_cast<int>(der_.size());
+  }
+
+ private:
+  Bytes der_;
+};
+
+class OutsideKey : public obPubKey {
+ public:
+  explicit OutsideKey(Bytes der) : obPubKey(new OutsideKeyImp(std::move(der))) {}
+};
+
+TEST(RsaKeySet, ExportFallsBackToPublicPart) {
+  Bytes pub = ExportDer(ToolKey(1024), obPK_Format_PublicDER);
+  Key outside(new OutsideKey(pub));
+  Set set(obExportRSAKey_to_Set(outside.get()));
+  ASSERT_NE(set, nullptr);
+  EXPECT_EQ(nullptr, set->GetSet("private"));
+  Key back(obImportRSAKey_from_Set(set.get()));
+  EXPECT_EQ(1, obPubKey_Equal(ToolKey(1024), back.get()));
+
+  Key silent(new OutsideKey({}));
+  EXPECT_EQ(0, Gated([&] { return obExportRSAKey_to_Set(silent.get()) ? 1 : 0; },
+                     "obExportRSAKey_to_Set: error exporting public part!"));
+  Key garbled(new OutsideKey({0x30, 0x00}));
+  EXPECT_EQ(0, Gated([&] { return obExportRSAKey_to_Set(garbled.get()) ? 1 : 0; },
+                     "obExportRSAKey_to_Set: nyRSA_from_buf failed"));
+}
+
+TEST(RsaKeyPrint, HerrorLines) {
+  DiagCapture diag;
+  nyRSA_herror(nullptr);
+  EXPECT_TRUE(diag.Saw("No RSA key"));
+  diag.Clear();
+  ToolKey(1024)->Herror();
+  EXPECT_TRUE(diag.Saw("Modulus"));
+  EXPECT_TRUE(diag.Saw("Public exponent"));
+  EXPECT_TRUE(diag.Saw("Exponent"));
+  EXPECT_TRUE(diag.Saw("Private operation can use shortcut"));
+  diag.Clear();
+  PublicOf(ToolKey(1024))->Herror();
+  EXPECT_FALSE(diag.Saw("Private operation can use shortcut"));
+  DiagCapture shut(false);
+  ToolKey(1024)->Herror();
+  EXPECT_TRUE(shut.Lines().empty());
+}
+
+// ---------------------------------------------------------------------------
+// Signatures exchanged with the openssl tool.
+
+struct MdName {
+  ob_md_type md;
+  const char* name;
+};
+const MdName kDigests[] = {{ob_md_md5, "md5"},
+                           {ob_md_sha1, "sha1"},
+                           {ob_md_sha256, "sha256"},
+                           {ob_md_sha384, "sha384"},
+                           {ob_md_sha512, "sha512"}};
+
+class RsaKeyInterop : public ::testing::TestWithParam<int> {};
+
+TEST_P(RsaKeyInterop, SignaturesVerifyBothWays) {
+  int bits = GetParam();
+  std::string pem = CachedKey(bits);
+  obPubKey* key = ToolKey(bits);
+  ASSERT_NE(key, nullptr) << "openssl could not make a key of " << bits;
+  TempDir dir;
+  ASSERT_TRUE(Openssl(dir.path(), "pkey -in '" + pem + "' -pubout -out pub.pem"));
+  Key pub = PemKey(dir.File("pub.pem"));
+  ASSERT_NE(pub, nullptr);
+  Bytes message(1000);
+  for (size_t i = 0; i < message.size(); ++i) message[i] = static_cast<unsigned char>(i * 7 + bits);
+  WriteBytes(dir.File("msg"), message);
+  for (const MdName& d : kDigests) {
+    Bytes digest = Digest(d.md, message);
+    WriteBytes(dir.File("ours.sig"), Sign(key, obPKop_DigestInfo, d.md, digest));
+    EXPECT_TRUE(Openssl(dir.path(), std::string("dgst -") + d.name + " -verify pub.pem -signature ours.sig msg"))
+        << d.name << " " << bits;
+    ASSERT_TRUE(Openssl(dir.path(), std::string("dgst -") + d.name + " -sign '" + pem + "' -out theirs.sig msg"));
+    EXPECT_EQ(0, Verify(pub.get(), obPKop_DigestInfo, d.md, digest, ReadBytes(dir.File("theirs.sig"))))
+        << d.name << " " << bits;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, RsaKeyInterop, ::testing::Values(1024, 2048, 3072, 4096));
+
+// ---------------------------------------------------------------------------
+// Forged signature blocks, made with the raw private operation.
+
+class RsaKeyForgery : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    Bytes pem = ReadBytes(CachedKey(2048));
+    BIO* bio = BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size()));
+    raw_ = PEM_read_bio_PrivateKey(bio, nullptr, nullptr, nullptr);
+    BIO_free(bio);
+    ASSERT_NE(raw_, nullptr);
+    pub_ = PublicOf(ToolKey(2048));
+    digest_ = Digest(ob_md_sha256, kMessage);
+    info_ = DigestInfoOf(ob_md_sha256, digest_);
+  }
+  void TearDown() override { EVP_PKEY_free(raw_); }
+
+  // 00 01 FF.. 00 payload, padded to the modulus size.
+  static Bytes Block(const Bytes& payload) {
+    Bytes block(256, 0xFF);
+    block[0] = 0x00;
+    block[1] = 0x01;
+    block[256 - payload.size() - 1] = 0x00;
+    std::copy(payload.begin(), payload.end(), block.end() - static_cast<long>(payload.size()));
+    return block;
+  }
+  Bytes RawSign(const Bytes& block) {
+    EVP_PKEY_CTX* ctx = EVP_PKEY_CTX_new_from_pkey(nullptr, raw_, nullptr);
+    Bytes sig(256);
+    size_t len = sig.size();
+    bool ok = ctx && EVP_PKEY_sign_init(ctx) > 0 && EVP_PKEY_CTX_set_rsa_padding(ctx, RSA_NO_PADDING) > 0 &&
+              EVP_PKEY_sign(ctx, sig.data(), &len, block.data(), block.size()) > 0;
+    EVP_PKEY_CTX_free(ctx);
+    EXPECT_TRUE(ok);
+    return sig;
+  }
+  int Check(const Bytes& block) { return Verify(pub_.get(), obPKop_DigestInfo, ob_md_sha256, digest_, RawSign(block)); }
+
+  EVP_PKEY* raw_ = nullptr;
+  Key pub_;
+  Bytes digest_, info_;
+};
+
+TEST_F(RsaKeyForgery, WellFormedBlockVerifies) { EXPECT_EQ(0, Check(Block(info_))); }
+
+TEST_F(RsaKeyForgery, GarbageAfterDigestInfo) {
+  Bytes payload = info_;
+  payload.insert(payload.end(), {0xDE, 0xAD, 0xBE, 0xEF});
+  EXPECT_NE(0, Check(Block(payload)));
+}
+
+TEST_F(RsaKeyForgery, GarbageInsideDigestInfoParameters) {
+  // The NULL parameters replaced by an octet string of garbage, lengths fixed up.
+  static const unsigned char kPrefix[] = {0x30, 0x35, 0x30, 0x11, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03,
+                                          0x04, 0x02, 0x01, 0x04, 0x04, 0x11, 0x22, 0x33, 0x44, 0x04, 0x20};
+  Bytes payload(sizeof kPrefix + digest_.size());
+  std::copy(std::begin(kPrefix), std::end(kPrefix), payload.begin());
+  std::copy(digest_.begin(), digest_.end(), payload.begin() + sizeof kPrefix);
+  EXPECT_NE(0, Check(Block(payload)));
+}
+
+TEST_F(RsaKeyForgery, WrongPaddingByte) {
+  Bytes block = Block(info_);
+  block[40] = 0xFE;
+  EXPECT_NE(0, Check(block));
+  block = Block(info_);
+  block[1] = 0x02;
+  EXPECT_NE(0, Check(block));
+}
+
+TEST_F(RsaKeyForgery, ShortPadding) {
+  // Two padding bytes, the rest of the block zeros in front of the DigestInfo.
+  Bytes block(256, 0x00);
+  block[1] = 0x01;
+  block[2] = block[3] = 0xFF;
+  std::copy(info_.begin(), info_.end(), block.end() - static_cast<long>(info_.size()));
+  EXPECT_NE(0, Check(block));
+}
+
+TEST_F(RsaKeyForgery, MissingSeparatorAndTrailingByte) {
+  Bytes block = Block(info_);
+  block[256 - info_.size() - 1] = 0xFF;
+  EXPECT_NE(0, Check(block));
+  Bytes sig = RawSign(Block(info_));
+  sig.push_back(0x00);
+  EXPECT_EQ(-1004, Verify(pub_.get(), obPKop_DigestInfo, ob_md_sha256, digest_, sig));
+}
+
+// ---------------------------------------------------------------------------
+// Generation.
+
+TEST(RsaKeyGen, LucasAgreesWithTrialDivision) {
+  BN_CTX* ctx = BN_CTX_new();
+  BIGNUM* n = BN_new();
+  for (unsigned long v = 1; v < 5459; ++v) {
+    bool prime = v > 1;
+    for (unsigned long f = 2; f * f <= v && prime; ++f) prime = v % f != 0;
+    BN_set_word(n, v);
+    EXPECT_EQ(prime ? 1 : 0, nyLucasProbablePrime(n, ctx)) << v;
+  }
+  // Strong Lucas pseudoprimes: composite, yet they pass.
+  for (unsigned long v : {5459ul, 5777ul, 10877ul, 16109ul, 18971ul}) {
+    BN_set_word(n, v);
+    EXPECT_EQ(1, nyLucasProbablePrime(n, ctx)) << v;
+  }
+  // 2^127 - 1 is prime; 2^127 + 3 and the square of a large prime are not.
+  BN_zero(n);
+  BN_set_bit(n, 127);
+  BN_sub_word(n, 1);
+  EXPECT_EQ(1, nyLucasProbablePrime(n, ctx));
+  BN_add_word(n, 4);
+  EXPECT_EQ(0, nyLucasProbablePrime(n, ctx));
+  BN_set_word(n, 1000003);
+  BN_sqr(n, n, ctx);
+  EXPECT_EQ(0, nyLucasProbablePrime(n, ctx));
+  BN_free(n);
+  BN_CTX_free(ctx);
+}
+
+TEST(RsaKeyGen, GeneratedKeysAreSoundAndExact) {
+  TempDir dir;
+  for (int bits : {1024, 1536, 2048}) {
+    Key key(obGenerateRSA(bits));
+    ASSERT_NE(key, nullptr) << bits;
+    EXPECT_EQ(bits, key->GetLen(obPK_Len_Bits));
+    WriteBytes(dir.File("gen.der"), ExportDer(key.get(), obPK_Format_PrivateDER));
+    std::string check = OpensslOutput(dir.path(), "rsa -check -noout -inform DER -in gen.der");
+    EXPECT_NE(std::string::npos, check.find("RSA key ok")) << check;
+    std::string text = OpensslOutput(dir.path(), "rsa -text -noout -inform DER -in gen.der");
+    EXPECT_NE(std::string::npos, text.find("publicExponent: 65537")) << text;
+    EXPECT_EQ(1, nyRSA_is_ok(static_cast<nySRSA*>(key.get())->RSAImp()->Key()));
+  }
+  EXPECT_EQ(0, Gated([] { return nyGenRSA(256) ? 1 : 0; }, "nyGenRSA: unsupported key size 256"));
+}
+
+obPubKey* PublicOnlyGenerator(void* context, int) { return PublicOf(static_cast<obPubKey*>(context)).release(); }
+
+TEST(RsaKeyGen, ConsistencyTestRejectsUnusableKeys) {
+  obSetGenRSAKey_func(PublicOnlyGenerator, ToolKey(1024));
+  EXPECT_EQ(0, Gated([] {
+              obPubKey* key = obGenerateRSA(1024);
+              obFreePubKey(key);
+              return key ? 1 : 0;
+            },
+            "obGenerateRSA: key failed consistency test!"));
+  obSetGenRSAKey_func(nullptr, nullptr);
+  Key key(obGenerateRSA(512));
+  EXPECT_NE(key, nullptr);
+}
+
+}  // namespace
