@@ -3,10 +3,7 @@
 #ifndef NYCERT_TESTS_NAMES_TEST_UTIL_H_
 #define NYCERT_TESTS_NAMES_TEST_UTIL_H_
 
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -40,22 +37,18 @@ class OpensslCerts {
   static constexpr const char* kBaseConfig =
       "[ req ]\ndistinguished_name = dn\nprompt = no\nstring_mask = utf8only\n[ dn ]\nCN = unused\n";
 
-  OpensslCerts() {
-    std::ofstream(dir_.File("req.cnf")) << kBaseConfig;
-    available_ = Run("genpkey -algorithm EC -pkeyopt ec_paramgen_curve:P-256 -out key.pem");
-  }
-  bool available() const { return available_; }
+  OpensslCerts() : key_(CachedKey(0)) { Write("req.cnf", ""); }
+  bool available() const { return !ReadBytes(key_).empty(); }
 
   // A certificate for subject (openssl's "/type=value" form) with the given
   // extra req options, made under config (the base one, or one written by
   // Write); empty when the tool fails.
   NameDer Cert(const std::string& subject, const std::string& options = "", const std::string& config = "req.cnf") {
     std::ofstream(dir_.File("subject.txt")) << subject;
-    if (!Run("req -x509 -new -utf8 -key key.pem -config " + config +
-             " -days 1 -outform DER -out cert.der -subj \"$(cat subject.txt)\" " + options))
+    if (!Openssl(dir_.path(), "req -x509 -new -utf8 -key '" + key_ + "' -config " + config +
+                                  " -days 1 -outform DER -out cert.der -subj \"$(cat subject.txt)\" " + options))
       return {};
-    std::ifstream in(dir_.File("cert.der"), std::ios::binary);
-    return NameDer((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    return ReadBytes(dir_.File("cert.der"));
   }
 
   // Writes a configuration file: the base one followed by text.
@@ -64,19 +57,8 @@ class OpensslCerts {
   }
 
  private:
-  bool Run(const std::string& args) {
-    const char* tool = std::getenv("NYCERT_OPENSSL");
-    std::string command = "cd '" + dir_.path() + "' && " + (tool && *tool ? tool : "openssl") + " " + args + " 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return false;
-    char line[512];
-    while (std::fgets(line, sizeof line, pipe)) {
-    }
-    return pclose(pipe) == 0;
-  }
-
   TempDir dir_;
-  bool available_ = false;
+  std::string key_;
 };
 
 // The decoded certificate, or null.

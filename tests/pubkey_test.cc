@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -159,10 +160,6 @@ TEST(PubKeyDefaults, QuietDefaultsAndForwarding) {
   EXPECT_EQ(key->ID(), nullptr);
   EXPECT_EQ(key->IdLen(), 0);
   EXPECT_EQ(key->Remove(), 0);
-  EXPECT_EQ(key->algorithm(), obAlg_RSA);
-  EXPECT_EQ(key->OK(), 1);
-  EXPECT_EQ(key->Flags(), 7u);
-  EXPECT_STREQ(key->ClassName(), "FakeKeyImp");
   unsigned char out[4];
   EXPECT_EQ(key->Encrypt(obPKop_Raw, kIn, 4, out, 4), 4);
   EXPECT_EQ(ToHex(out, 4), "FF F0 0F 00");
@@ -179,8 +176,12 @@ TEST(PubKeyDefaults, QuietDefaultsAndForwarding) {
             -1);
 }
 
+// Counts work alike with the process-wide mutex, which is made once.
 TEST(PKobjRefCount, LastFreeDestroysAtZero) {
   DiagCapture diag;
+  EXPECT_EQ(obPKobj::UseMutex(), 0);
+  EXPECT_EQ(obPKobj_imp::UseMutex(), 0);
+  EXPECT_EQ(obPKobj::UsingMutex(), 1);
   std::atomic<int> destroyed{0};
   TestKey* key = NewFakeKey(Hex("01"), &destroyed);
   EXPECT_EQ(key->RefCount(), 1);
@@ -193,9 +194,11 @@ TEST(PKobjRefCount, LastFreeDestroysAtZero) {
   EXPECT_EQ(destroyed, 0);
   obFreePubKey(key);
   EXPECT_EQ(destroyed, 1);
-  obPKobj* plain = new obPKobj;
-  EXPECT_EQ(plain->RefCount(), 1);
-  obFreePKobj(plain);
+  obFreePKobj(new obPKobj);
+  obSavePKobj(nullptr);  // null is ignored
+  obFreePKobj(nullptr);
+  obSavePubKey(nullptr);
+  obFreePubKey(nullptr);
   EXPECT_TRUE(diag.Lines().empty());
 }
 
@@ -214,15 +217,6 @@ TEST(PKobjRefCount, FreeAtCountZeroReportsAndStillDestroys) {
   EXPECT_TRUE(shut.Lines().empty());
 }
 
-TEST(PKobjRefCount, NullIsIgnored) {
-  DiagCapture diag;
-  obSavePKobj(nullptr);
-  obFreePKobj(nullptr);
-  obSavePubKey(nullptr);
-  obFreePubKey(nullptr);
-  EXPECT_TRUE(diag.Lines().empty());
-}
-
 TEST(PKobjRefCount, DeletingAReferencedObjectIsReported) {
   std::atomic<int> destroyed{0};
   TestKey* key = NewFakeKey(Hex("01"), &destroyed);
@@ -233,25 +227,18 @@ TEST(PKobjRefCount, DeletingAReferencedObjectIsReported) {
   EXPECT_EQ(diag.Lines(), Lines{"obPKobj_imp::~obPKobj_imp: non zero refcount"});
 }
 
-TEST(PKobjRefCount, MutexIsCreatedOnceAndCountsStillWork) {
-  DiagCapture diag;
-  EXPECT_EQ(obPKobj::UseMutex(), 0);
-  EXPECT_EQ(obPKobj::UsingMutex(), 1);
-  EXPECT_EQ(obPKobj_imp::UseMutex(), 0);
-  EXPECT_EQ(obPKobj_imp::UsingMutex(), 1);
-  std::atomic<int> destroyed{0};
-  TestKey* key = NewFakeKey(Hex("01"), &destroyed);
-  obSavePubKey(key);
-  EXPECT_EQ(key->RefCount(), 2);
-  obFreePubKey(key);
-  obFreePubKey(key);
-  EXPECT_EQ(destroyed, 1);
-  EXPECT_TRUE(diag.Lines().empty());
-}
-
-TEST(PubKeyAsync, EncryptARunsEncryptAndCallsBackLaterOnTheLoop) {
+// An environment and a fake key for one test.
+class PubKeyAsync : public ::testing::Test {
+ protected:
+  ~PubKeyAsync() override {
+    obFreePubKey(key);
+    obd_env_destroy(env);
+  }
   obd_env* env = obd_env_create();
   TestKey* key = NewFakeKey(Hex("01"));
+};
+
+TEST_F(PubKeyAsync, EncryptARunsEncryptAndCallsBackLaterOnTheLoop) {
   CallbackRecord record;
   unsigned char out[4] = {0};
   EXPECT_EQ(key->EncryptA(obPKop_Raw, kIn, 4, out, 4, RecordCallback, &record, env), 0);
@@ -261,64 +248,56 @@ TEST(PubKeyAsync, EncryptARunsEncryptAndCallsBackLaterOnTheLoop) {
   EXPECT_EQ(obd_env_run_once(env, 1000), 1);
   ExpectGenericCallback(record);
   EXPECT_EQ(obd_env_run_once(env, 0), 0);
-  obFreePubKey(key);
-  obd_env_destroy(env);
 }
 
-TEST(PubKeyAsync, DecryptAndVerifyReportMinusOneEvenWhenTheKeyCannot) {
-  obd_env* env = obd_env_create();
+TEST_F(PubKeyAsync, DecryptAndVerifyReportMinusOneEvenWhenTheKeyCannot) {
   TestKey* bare = new TestKey(new BareKeyImp);
-  TestKey& key = *bare;
   CallbackRecord decrypted, verified;
   unsigned char out[4];
   {
     DiagCapture diag;
-    EXPECT_EQ(key.DecryptA(obPKop_Raw, kIn, 4, out, 4, RecordCallback, &decrypted, env), 0);
-    EXPECT_EQ(key.VerifyA(obPKop_Raw, ob_md_sha1, kIn, 4, kIn, 4, RecordCallback, &verified, env), 0);
+    EXPECT_EQ(bare->DecryptA(obPKop_Raw, kIn, 4, out, 4, RecordCallback, &decrypted, env), 0);
+    EXPECT_EQ(bare->VerifyA(obPKop_Raw, ob_md_sha1, kIn, 4, kIn, 4, RecordCallback, &verified, env), 0);
     EXPECT_EQ(diag.Lines(), (Lines{"Decrypt not implemeted for BareKeyImp", "Verify not implemeted for BareKeyImp"}));
   }
   EXPECT_EQ(obd_env_run_once(env, 1000) + obd_env_run_once(env, 0), 2);
   ExpectGenericCallback(decrypted);
   ExpectGenericCallback(verified);
-  obd_env_destroy(env);
   obFreePubKey(bare);
 }
 
-TEST(PubKeyAsync, MissingCallbackRefusesBeforeRunningTheOperation) {
-  obd_env* env = obd_env_create();
-  TestKey* key = NewFakeKey(Hex("01"));
+TEST_F(PubKeyAsync, MissingCallbackRefusesBeforeRunningTheOperation) {
   unsigned char out[4];
-  EXPECT_EQ(Gated([&] { return key->EncryptA(obPKop_Raw, kIn, 4, out, 4, nullptr, nullptr, env); },
-                  "obPubKey_imp::EncryptA: No callback given"),
-            obPK_RC_NoCallback);
-  EXPECT_EQ(Gated([&] { return key->DecryptA(obPKop_Raw, kIn, 4, out, 4, nullptr, nullptr, env); },
-                  "obPubKey_imp::DecryptA: No callback given"),
-            obPK_RC_NoCallback);
-  EXPECT_EQ(Gated([&] { return key->VerifyA(obPKop_Raw, ob_md_md5, kIn, 4, kIn, 4, nullptr, nullptr, env); },
-                  "obPubKey_imp::VerifyA: No callback given"),
-            obPK_RC_NoCallback);
+  struct Case {
+    const char* message;
+    std::function<int()> op;
+  } cases[] = {
+      {"obPubKey_imp::EncryptA: No callback given",
+       [&] { return key->EncryptA(obPKop_Raw, kIn, 4, out, 4, nullptr, nullptr, env); }},
+      {"obPubKey_imp::DecryptA: No callback given",
+       [&] { return key->DecryptA(obPKop_Raw, kIn, 4, out, 4, nullptr, nullptr, env); }},
+      {"obPubKey_imp::VerifyA: No callback given",
+       [&] { return key->VerifyA(obPKop_Raw, ob_md_md5, kIn, 4, kIn, 4, nullptr, nullptr, env); }},
+  };
+  for (const Case& c : cases) EXPECT_EQ(Gated(c.op, c.message), obPK_RC_NoCallback);
   EXPECT_EQ(Fake(key)->encryptions, 0);
   EXPECT_EQ(obd_env_run_once(env, 0), 0);
-  obFreePubKey(key);
-  obd_env_destroy(env);
 }
 
-TEST(PubKeyAsync, PendingCallbacksOfADestroyedEnvironmentAreFreed) {
-  obd_env* env = obd_env_create();
-  TestKey* key = NewFakeKey(Hex("01"));
+TEST_F(PubKeyAsync, PendingCallbacksOfADestroyedEnvironmentAreFreed) {
   CallbackRecord record;
   unsigned char out[4];
   EXPECT_EQ(key->EncryptA(obPKop_Raw, kIn, 4, out, 4, RecordCallback, &record, env), 0);
   obd_env_destroy(env);  // the leak checker sees whether the pending record was deleted
+  env = nullptr;
   EXPECT_EQ(record.calls, 0);
   EXPECT_EQ(Gated([&] { return key->EncryptA(obPKop_Raw, kIn, 4, out, 4, RecordCallback, &record, nullptr); },
                   "obPubKey_imp::EncryptA: Failed to schedule callback"),
             -1);
   EXPECT_EQ(record.calls, 0);
-  obFreePubKey(key);
 }
 
-TEST(PubKeyAsync, DispatcherWithoutCallbackReportsAndFrees) {
+TEST(PubKeyAsyncDispatch, WithoutCallbackReportsAndFrees) {
   EXPECT_EQ(Gated(
                 [] {
                   obPubKeyCallCB_tmp(nullptr);
