@@ -331,6 +331,24 @@ TEST(PubKeyEqual, ComparesThePublicForms) {
   for (TestKey* key : {a, same, other, longer, empty, bare}) obFreePubKey(key);
 }
 
+namespace {
+
+// Runs body(t) for t in 0..count-1 on threads released together, and joins them.
+void RunTogether(int count, const std::function<void(int)>& body) {
+  std::atomic<bool> go{false};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < count; ++t) {
+    threads.emplace_back([&, t] {
+      while (!go) std::this_thread::yield();
+      body(t);
+    });
+  }
+  go = true;
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace
+
 // Run under ThreadSanitizer: the counts are guarded by the process-wide mutex only.
 TEST(ThreadStressPKobj, ConcurrentSavesAndFreesKeepCountsExact) {
   constexpr int kThreads = 8, kKeys = 4, kRounds = 4000;
@@ -338,21 +356,14 @@ TEST(ThreadStressPKobj, ConcurrentSavesAndFreesKeepCountsExact) {
   std::atomic<int> destroyed{0};
   std::vector<TestKey*> keys;
   for (int k = 0; k < kKeys; ++k) keys.push_back(NewFakeKey(Bytes(1, static_cast<unsigned char>(k)), &destroyed));
-  std::atomic<bool> go{false};
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&, t] {
-      while (!go) std::this_thread::yield();
-      for (int i = 0; i < kRounds; ++i) {
-        TestKey* key = keys[(i + t) % kKeys];
-        int held = 1 + (i % 3);
-        for (int h = 0; h < held; ++h) obSavePubKey(key);
-        for (int h = 0; h < held; ++h) obFreePubKey(key);
-      }
-    });
-  }
-  go = true;
-  for (std::thread& thread : threads) thread.join();
+  RunTogether(kThreads, [&](int t) {
+    for (int i = 0; i < kRounds; ++i) {
+      TestKey* key = keys[(i + t) % kKeys];
+      int held = 1 + (i % 3);
+      for (int h = 0; h < held; ++h) obSavePubKey(key);
+      for (int h = 0; h < held; ++h) obFreePubKey(key);
+    }
+  });
   for (TestKey* key : keys) EXPECT_EQ(key->RefCount(), 1);
   EXPECT_EQ(destroyed, 0);
   for (TestKey* key : keys) obFreePubKey(key);
@@ -369,22 +380,15 @@ TEST(ThreadStressPKobj, LastReferenceDroppedOnAnyThreadDestroysOnce) {
     for (int t = 1; t < kThreads; ++t) obSavePubKey(key);  // one reference per thread
     keys.push_back(key);
   }
-  std::atomic<bool> go{false};
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&, t] {
-      while (!go) std::this_thread::yield();
-      for (int i = 0; i < kRounds; ++i) {
-        TestKey* key = keys[(i * 7 + t) % kKeys];
-        obSavePubKey(key);
-        EXPECT_EQ(key->OK(), 1);
-        obFreePubKey(key);
-      }
-      for (int k = 0; k < kKeys; ++k) obFreePubKey(keys[(k + t) % kKeys]);
-    });
-  }
-  go = true;
-  for (std::thread& thread : threads) thread.join();
+  RunTogether(kThreads, [&](int t) {
+    for (int i = 0; i < kRounds; ++i) {
+      TestKey* key = keys[(i * 7 + t) % kKeys];
+      obSavePubKey(key);
+      EXPECT_EQ(key->OK(), 1);
+      obFreePubKey(key);
+    }
+    for (int k = 0; k < kKeys; ++k) obFreePubKey(keys[(k + t) % kKeys]);
+  });
   EXPECT_EQ(destroyed, kKeys);
 }
 
@@ -413,18 +417,14 @@ TEST(ThreadStressPKobj, GenericAsyncCallbacksFromManyThreads) {
   tally.env = obd_env_create();
   TestKey* key = NewFakeKey(Hex("01"));
   std::thread loop([&] { obd_env_run(tally.env); });
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&] {
-      unsigned char out[4];
-      for (int i = 0; i < kCalls; ++i) {
-        obSavePubKey(key);
-        EXPECT_EQ(key->EncryptA(obPKop_Raw, kIn, 4, out, 4, CountCallback, &tally, tally.env), 0);
-        obFreePubKey(key);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  RunTogether(kThreads, [&](int) {
+    unsigned char out[4];
+    for (int i = 0; i < kCalls; ++i) {
+      obSavePubKey(key);
+      EXPECT_EQ(key->EncryptA(obPKop_Raw, kIn, 4, out, 4, CountCallback, &tally, tally.env), 0);
+      obFreePubKey(key);
+    }
+  });
   loop.join();
   EXPECT_EQ(tally.callbacks, tally.expected);
   EXPECT_EQ(tally.wrongResults, 0);
