@@ -176,6 +176,10 @@ std::string obAsnTimeText(long seconds) {
   return buf;
 }
 
+int obAsnParseTime(const obAsnTimeKind& kind, const unsigned char* p, unsigned long n, long* seconds) {
+  return ParseTime(kind.syntax, p, n, seconds) ? 0 : -1;
+}
+
 int obAsnTime::GetTime(long* seconds) const {
   long value;
   if (!ParseTime(Syntax(), data(), size(), &value)) {

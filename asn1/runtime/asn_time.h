@@ -56,6 +56,10 @@ class obAsnGeneralizedTime : public obAsnStringOf<obAsnGeneralizedTime, obAsnTim
   static const obAsnTimeKind kKind;
 };
 
+// Seconds since 1970 (UTC) of the content octets of a time of kind (either
+// kind's kKind): 0, or -1 when they are not a valid time of that kind.
+int obAsnParseTime(const obAsnTimeKind& kind, const unsigned char* p, unsigned long n, long* seconds);
+
 // "YYYY-MM-DD HH:MM:SS UTC" for seconds since 1970.
 std::string obAsnTimeText(long seconds);
 

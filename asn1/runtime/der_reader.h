@@ -1,0 +1,90 @@
+// A strict DER reader over borrowed input, for hot paths that only need to
+// locate values: nothing is copied or allocated, and every element is a span
+// into the caller's bytes.
+//
+// Lengths must be definite (the long form need not be minimal), and no
+// element may claim more octets than its parent holds. Tags are packed like
+// BDecTag packs them (identifier octets, first octet lowest), so they compare
+// equal to obAsnMakeTag values.
+#ifndef NYCERT_ASN1_RUNTIME_DER_READER_H_
+#define NYCERT_ASN1_RUNTIME_DER_READER_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "nycert/asn1/runtime/asn_tag.h"
+
+// A run of borrowed octets.
+struct obDerSpan {
+  const unsigned char* data = nullptr;
+  size_t size = 0;
+
+  bool empty() const { return size == 0; }
+  bool Equal(const unsigned char* p, size_t n) const;
+  bool operator==(const obDerSpan& other) const { return Equal(other.data, other.size); }
+  bool operator!=(const obDerSpan& other) const { return !Equal(other.data, other.size); }
+};
+
+// One element: its tag, its content octets, and the whole encoding.
+struct obDerElement {
+  obAsnTag tag = kAsnBadTag;
+  obDerSpan content;
+  obDerSpan tlv;
+};
+
+// Universal tags as they stand in DER.
+constexpr obAsnTag kDerBoolean = 0x01;
+constexpr obAsnTag kDerInteger = 0x02;
+constexpr obAsnTag kDerBitString = 0x03;
+constexpr obAsnTag kDerOctetString = 0x04;
+constexpr obAsnTag kDerNull = 0x05;
+constexpr obAsnTag kDerOid = 0x06;
+constexpr obAsnTag kDerUtcTime = 0x17;
+constexpr obAsnTag kDerGeneralizedTime = 0x18;
+constexpr obAsnTag kDerSequence = 0x30;
+constexpr obAsnTag kDerSet = 0x31;
+
+// [n] with the constructed or the primitive form.
+constexpr obAsnTag obDerContextCons(unsigned n) { return obAsnMakeTag(kAsnContext, kAsnConstructed, n); }
+constexpr obAsnTag obDerContextPrim(unsigned n) { return obAsnMakeTag(kAsnContext, kAsnPrimitive, n); }
+
+class obDerReader {
+ public:
+  obDerReader() = default;
+  explicit obDerReader(obDerSpan input) : cur_(input.data), end_(input.data + input.size) {}
+  obDerReader(const unsigned char* data, size_t size) : cur_(data), end_(data + size) {}
+
+  bool AtEnd() const { return cur_ == end_; }
+  size_t Remaining() const { return static_cast<size_t>(end_ - cur_); }
+
+  // The tag of the next element without reading it; kAsnBadTag at the end or
+  // on malformed identifier octets.
+  obAsnTag PeekTag() const;
+  // Reads the next element: false (and nothing consumed) when it is malformed
+  // or there is none.
+  bool Next(obDerElement& out);
+  // Reads the next element, which must carry tag.
+  bool Read(obAsnTag tag, obDerSpan& content);
+  bool Read(obAsnTag tag, obDerElement& out);
+  // Reads the next element only when it carries tag; present tells which.
+  // False only when the element is malformed.
+  bool ReadOptional(obAsnTag tag, obDerSpan& content, bool& present);
+
+ private:
+  const unsigned char* cur_ = nullptr;
+  const unsigned char* end_ = nullptr;
+};
+
+// Content checks for values read with obDerReader.
+
+// BOOLEAN in DER: one octet, 0x00 or 0xFF.
+bool obDerParseBool(obDerSpan content, bool& out);
+// An INTEGER's content is non-empty and minimal (no redundant leading octet).
+bool obDerIsValidInteger(obDerSpan content);
+// A non-negative INTEGER that fits in a long.
+bool obDerParseSmallUint(obDerSpan content, long& out);
+// BIT STRING content: the unused-bit count (0..7, 0 when empty, unused bits
+// zero as DER wants) followed by the bits; out gets the octets after the count.
+bool obDerParseBitString(obDerSpan content, obDerSpan& bits, unsigned& unusedBits);
+
+#endif  // NYCERT_ASN1_RUNTIME_DER_READER_H_

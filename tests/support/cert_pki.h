@@ -1,0 +1,62 @@
+// A small PKI made with the openssl tool for certificate tests: a CA and
+// certificates it issues, plus re-signing of edited certificates so tests can
+// build shapes the tool will not make.
+#ifndef NYCERT_TESTS_SUPPORT_CERT_PKI_H_
+#define NYCERT_TESTS_SUPPORT_CERT_PKI_H_
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "nycert/keys/pk_types.h"
+#include "support/test_support.h"
+
+class obASN_Certificate;
+class obPubKey;
+
+using Bytes = std::vector<unsigned char>;
+
+// What one issued certificate should carry.
+struct CertSpec {
+  std::string subject = "/C=US/O=Example Inc/CN=www.example.com";
+  std::string extensions;  // lines of an openssl extension section, or empty
+  std::string digest = "sha256";
+  int keyBits = 2048;      // 0 for an EC P-256 key
+  std::string serial = "0x1001";
+  int days = 365;
+};
+
+class TestPki {
+ public:
+  // A self-signed RSA-2048 CA, "/C=US/O=Example Trust/CN=Example Test CA".
+  TestPki();
+
+  const std::string& dir() const { return dir_.path(); }
+  const Bytes& CaDer() const { return caDer_; }
+  const std::string& CaKeyPath() const { return caKey_; }
+  std::string CaPemPath() const { return dir_.File("ca.pem"); }
+  // The CA's key as a handle (private, so it signs and verifies); owned here.
+  obPubKey* CaKey() const { return caKeyHandle_.get(); }
+
+  // A certificate the CA issues for spec, as DER; its PEM is left in
+  // dir()/<name>.pem and the subject key in dir()/<name>.key.
+  Bytes Issue(const std::string& name, const CertSpec& spec) const;
+  // What `openssl x509 <args>` prints for the DER certificate.
+  std::string X509Output(const Bytes& der, const std::string& args) const;
+
+ private:
+  TempDir dir_;
+  std::string caKey_;
+  Bytes caDer_;
+  std::shared_ptr<obPubKey> caKeyHandle_;
+};
+
+// der decoded, edited by edit, re-signed by key with md, and encoded again.
+Bytes Resign(const Bytes& der, const std::function<void(obASN_Certificate&)>& edit, obPubKey* key,
+             ob_md_type md = ob_md_sha256);
+
+// The shared PKI of a test binary, made on first use.
+const TestPki& SharedPki();
+
+#endif  // NYCERT_TESTS_SUPPORT_CERT_PKI_H_
