@@ -12,6 +12,12 @@ namespace {
 
 constexpr int kMaxTabs = 79;
 
+bool HasOutput(const char* owner, unsigned char** out, int* len) {
+  if (out && len) return true;
+  OB_HERROR("%s: no output", owner);
+  return false;
+}
+
 }  // namespace
 
 std::string obNameTabs(int indent) {
@@ -37,10 +43,7 @@ int obNameCopyOut(const char* owner, const std::string& text, char* dst, int siz
 }
 
 int obNameEncode(const char* owner, const obAsnType& value, unsigned char** out, int* len) {
-  if (!out || !len) {
-    OB_HERROR("%s: no output", owner);
-    return -1;
-  }
+  if (!HasOutput(owner, out, len)) return -1;
   obAsnWriteBuf measure(nullptr, 0);
   int size = value.BEnc(measure);
   if (size <= 0) {
@@ -55,5 +58,14 @@ int obNameEncode(const char* owner, const obAsnType& value, unsigned char** out,
   }
   *out = block.release();
   *len = size;
+  return 0;
+}
+
+int obNameHandOut(const char* owner, const unsigned char* p, unsigned long n, unsigned char** out, int* len) {
+  if (!HasOutput(owner, out, len)) return -1;
+  unsigned char* block = new unsigned char[n];
+  std::memcpy(block, p, n);
+  *out = block;
+  *len = static_cast<int>(n);
   return 0;
 }

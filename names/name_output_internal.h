@@ -23,5 +23,7 @@ class obAsnType;
 // The DER of value in a new block of *len octets for the caller to release
 // with delete[]: 0, or -1 (reported under owner's name).
 int obNameEncode(const char* owner, const obAsnType& value, unsigned char** out, int* len);
+// A copy of the n octets at p (DER kept from decoding), handed out likewise.
+int obNameHandOut(const char* owner, const unsigned char* p, unsigned long n, unsigned char** out, int* len);
 
 #endif  // NYCERT_NAMES_NAME_OUTPUT_INTERNAL_H_

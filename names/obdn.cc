@@ -1,13 +1,41 @@
 #include "nycert/names/obdn.h"
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 
 #include "nycert/asn1/runtime/asn_bufset.h"
 #include "nycert/buffers/diag.h"
 #include "nycert/names/dn_parse_internal.h"
+#include "nycert/names/name_der_internal.h"
 #include "nycert/names/name_output_internal.h"
 #include "nycert/names/rdn_sequence_internal.h"
 #include "nycert/platform/obstream.h"
+
+namespace {
+
+std::atomic<unsigned long> g_treesDecoded{0};
+
+// Stores made in slot unless another thread stored first, in which case made
+// is dropped: returns the value that stands.
+template <class T>
+T* Publish(std::atomic<T*>& slot, std::unique_ptr<T> made) {
+  T* expected = nullptr;
+  if (slot.compare_exchange_strong(expected, made.get(), std::memory_order_acq_rel, std::memory_order_acquire))
+    return made.release();
+  return expected;
+}
+
+// Replaces what slot holds; only where no other thread can be using it, so
+// plain loads and stores do (no locked instruction on the common paths).
+template <class T>
+void Drop(std::atomic<T*>& slot, T* replacement = nullptr) {
+  T* old = slot.load(std::memory_order_relaxed);
+  slot.store(replacement, std::memory_order_release);
+  delete old;
+}
+
+}  // namespace
 
 obDN_imp::obDN_imp() = default;
 
@@ -17,76 +45,109 @@ obDN_imp::obDN_imp(const unsigned char* der, int len) { Decode(der, len); }
 
 obDN_imp::obDN_imp(const obASN_RDNSequence& name) { Set(name); }
 
-obDN_imp::obDN_imp(const obDN_imp& other)
-    : name_(other.name_ ? other.name_->Copy() : nullptr), der_(other.der_) {}
+obDN_imp::obDN_imp(const obDN_imp& other) { *this = other; }
 
 obDN_imp& obDN_imp::operator=(const obDN_imp& other) {
-  if (this != &other) {
-    name_.reset(other.name_ ? other.name_->Copy() : nullptr);
-    Edited();
-    der_ = other.der_;
-  }
+  if (this == &other) return *this;
+  const obASN_RDNSequence* tree = other.der_.empty() ? other.Tree() : nullptr;
+  Reset(tree ? tree->Copy() : nullptr);
+  der_ = other.der_;
+  derCount_ = other.derCount_;
   return *this;
 }
 
-obDN_imp::~obDN_imp() = default;
+obDN_imp::~obDN_imp() {
+  delete name_.load(std::memory_order_relaxed);
+  delete str_.load(std::memory_order_relaxed);
+}
 
-int obDN_imp::Count() const { return name_ ? static_cast<int>(name_->size()) : 0; }
+unsigned long obDN_imp::TreesDecoded() { return g_treesDecoded.load(std::memory_order_relaxed); }
+
+const obASN_RDNSequence* obDN_imp::Tree() const {
+  obASN_RDNSequence* tree = name_.load(std::memory_order_acquire);
+  if (tree || der_.empty()) return tree;
+  std::unique_ptr<obASN_RDNSequence> decoded(new obASN_RDNSequence);
+  // der_ passed obNameDerCount, which accepts only what this decodes.
+  if (obAsnDecode(*decoded, der_.data(), der_.size()) < 0) return nullptr;
+  g_treesDecoded.fetch_add(1, std::memory_order_relaxed);
+  return Publish(name_, std::move(decoded));
+}
+
+obASN_RDNSequence* obDN_imp::EditableTree() {
+  Tree();
+  return name_.load(std::memory_order_relaxed);
+}
+
+void obDN_imp::Reset(obASN_RDNSequence* tree) {
+  Drop(name_, tree);
+  Edited();
+}
+
+void obDN_imp::Edited() {
+  Drop(str_);
+  der_.Clear();
+  derCount_ = 0;
+}
+
+int obDN_imp::Count() const {
+  if (!der_.empty()) return derCount_;
+  const obASN_RDNSequence* tree = Tree();
+  return tree ? static_cast<int>(tree->size()) : 0;
+}
 
 int obDN_imp::Set(const char* text) {
-  name_.reset();
-  Edited();
+  Reset(nullptr);
   if (!text) {
     OB_HERROR("obDN_imp::Set: no string");
     return -1;
   }
   std::unique_ptr<obASN_RDNSequence> parsed(new obASN_RDNSequence);
   if (obDNParse(text, *parsed) < 0) return -1;
-  name_ = std::move(parsed);
+  Reset(parsed.release());
   return 0;
 }
 
 int obDN_imp::Set(const obASN_RDNSequence& name) {
-  name_.reset(name.Copy());
-  Edited();
+  Reset(name.Copy());
   return 0;
 }
 
 //   Name ::= CHOICE { rdnSequence RDNSequence }
-// The only alternative has no tag of its own, so a Name is decoded as its RDNSequence.
+// The only alternative has no tag of its own, so a Name is its RDNSequence.
 int obDN_imp::Decode(const unsigned char* der, int len) {
-  name_.reset();
-  Edited();
-  std::unique_ptr<obASN_RDNSequence> decoded(new obASN_RDNSequence);
-  if (!der || len < 0 || obAsnDecode(*decoded, der, static_cast<unsigned long>(len)) < 0) {
+  Reset(nullptr);
+  int count = len < 0 ? -1 : obNameDerCount(der, static_cast<size_t>(len));
+  if (count < 0) {
     OB_HERROR("obDN_imp::Decode: failed to decode the name");
     return -1;
   }
-  name_ = std::move(decoded);
   der_.Assign(der, static_cast<unsigned long>(len));
+  derCount_ = count;
   return 0;
 }
 
 const char* obDN_imp::GetStr() const {
-  if (!name_) return nullptr;
-  if (!cacheValid_) {
-    cache_.clear();
-    if (obRdnSequencePrint(*name_, cache_) < 0) return nullptr;
-    cacheValid_ = true;
-  }
-  return cache_.c_str();
+  if (const std::string* printed = str_.load(std::memory_order_acquire)) return printed->c_str();
+  const obASN_RDNSequence* tree = Tree();
+  if (!tree) return nullptr;
+  std::unique_ptr<std::string> printed(new std::string);
+  if (obRdnSequencePrint(*tree, *printed) < 0) return nullptr;
+  return Publish(str_, std::move(printed))->c_str();
 }
 
 int obDN_imp::DerEncode(unsigned char** out, int* len) const {
-  if (!name_) {
+  if (!der_.empty()) return obNameHandOut("obDN_imp::DerEncode", der_.data(), der_.size(), out, len);
+  const obASN_RDNSequence* tree = Tree();
+  if (!tree) {
     OB_HERROR("obDN_imp::DerEncode: no name");
     return -1;
   }
-  return obNameEncode("obDN_imp::DerEncode", *name_, out, len);
+  return obNameEncode("obDN_imp::DerEncode", *tree, out, len);
 }
 
 int obDN_imp::GetRDN(const obAsnOid& type, char* dst, int size) const {
-  const obASN_AttributeTypeAndValue* found = name_ ? obRdnSequenceFind(*name_, type) : nullptr;
+  const obASN_RDNSequence* tree = Tree();
+  const obASN_AttributeTypeAndValue* found = tree ? obRdnSequenceFind(*tree, type) : nullptr;
   std::string text;
   if (!found || obAttributeValuePrint(*found, text) < 0) {
     if (dst && size > 0) dst[0] = '\0';
@@ -102,7 +163,9 @@ int obDN_imp::GetO(char* dst, int size) const { return GetRDN(obASN_id_at_organi
 int obDN_imp::GetOU(char* dst, int size) const { return GetRDN(obASN_id_at_organizationalUnitName, dst, size); }
 
 int obDN_imp::IsSub(const obDN_imp& other) const {
-  return name_ && other.name_ && obRdnSequenceIsSub(*name_, *other.name_) ? 1 : 0;
+  const obASN_RDNSequence* mine = Tree();
+  const obASN_RDNSequence* theirs = other.Tree();
+  return mine && theirs && obRdnSequenceIsSub(*mine, *theirs) ? 1 : 0;
 }
 
 int obDN_imp::Equal(const obDN_imp& other) const {
@@ -111,29 +174,32 @@ int obDN_imp::Equal(const obDN_imp& other) const {
 }
 
 int obDN_imp::IsContain(const obAsnOid& type) const {
-  if (!name_) return -1;
-  for (const obASN_RelativeDistinguishedName& rdn : name_->items)
+  const obASN_RDNSequence* tree = Tree();
+  if (!tree) return -1;
+  for (const obASN_RelativeDistinguishedName& rdn : tree->items)
     if (obRdnHolds(rdn, type)) return 0;
   return -1;
 }
 
 int obDN_imp::RemoveCN() {
-  if (!name_ || name_->empty() || !obRdnHolds(name_->items.back(), obASN_id_at_commonName)) return 0;
-  name_->items.pop_back();
+  obASN_RDNSequence* tree = EditableTree();
+  if (!tree || tree->empty() || !obRdnHolds(tree->items.back(), obASN_id_at_commonName)) return 0;
+  tree->items.pop_back();
   Edited();
   return 1;
 }
 
 int obDN_imp::RemoveOid(const obAsnOid& type) {
-  if (!name_) return 0;
+  obASN_RDNSequence* tree = EditableTree();
+  if (!tree) return 0;
   int removed = 0;
-  for (obASN_RelativeDistinguishedName& rdn : name_->items) {
+  for (obASN_RelativeDistinguishedName& rdn : tree->items) {
     auto gone = std::remove_if(rdn.items.begin(), rdn.items.end(),
                                [&type](const obASN_AttributeTypeAndValue& a) { return a.type.Equal(type) != 0; });
     removed += static_cast<int>(rdn.items.end() - gone);
     rdn.items.erase(gone, rdn.items.end());
   }
-  auto& rdns = name_->items;
+  auto& rdns = tree->items;
   rdns.erase(std::remove_if(rdns.begin(), rdns.end(), [](const obASN_RelativeDistinguishedName& r) { return r.empty(); }),
              rdns.end());
   if (removed) Edited();
@@ -141,8 +207,10 @@ int obDN_imp::RemoveOid(const obAsnOid& type) {
 }
 
 int obDN_imp::RemoveSubDN(const obDN_imp& sub) {
-  if (!IsSub(sub) || sub.Count() == 0) return 0;
-  name_->items.erase(name_->items.begin(), name_->items.begin() + sub.Count());
+  int count = sub.Count();
+  if (!IsSub(sub) || count == 0) return 0;
+  auto& rdns = EditableTree()->items;
+  rdns.erase(rdns.begin(), rdns.begin() + count);
   Edited();
   return 1;
 }

@@ -1,5 +1,12 @@
-// obDN: a distinguished name, held as its decoded ASN.1 tree, with a string
-// form for people and configuration files.
+// obDN: a distinguished name, held as its ASN.1 tree, with a string form for
+// people and configuration files.
+//
+// A name decoded from DER keeps the DER and, after a strict check of it, only
+// its RDN count: the tree is decoded from the DER the first time a member
+// needs it (GetName, GetStr, GetRDN, IsSub, the edits, ...). Const members may
+// run on one name from several threads at once: the tree and the string form
+// are each made once and published atomically. Edits and the setters need
+// the name to themselves.
 //
 // The tree runs from the root RDN (normally the country) to the most
 // specific one (normally the common name); the string form lists them the
@@ -9,8 +16,8 @@
 #ifndef NYCERT_NAMES_OBDN_H_
 #define NYCERT_NAMES_OBDN_H_
 
+#include <atomic>
 #include <cstdio>
-#include <memory>
 #include <string>
 
 #include "nycert/asn1/modules/pkix1_explicit.h"
@@ -23,11 +30,11 @@ class obDN_imp {
   obDN_imp();
   // Parses the string form.
   explicit obDN_imp(const char* text);
-  // Decodes the DER of an X.509 Name.
+  // Checks the DER of an X.509 Name and keeps it; the tree comes later.
   obDN_imp(const unsigned char* der, int len);
   // A copy of the tree.
   explicit obDN_imp(const obASN_RDNSequence& name);
-  // Deep copies; the string cache is not copied.
+  // Deep copies: the DER, or without it the tree; the string cache is not copied.
   obDN_imp(const obDN_imp& other);
   obDN_imp& operator=(const obDN_imp& other);
   ~obDN_imp();
@@ -35,17 +42,21 @@ class obDN_imp {
   // The number of RDNs; 0 without a tree.
   int Count() const;
   // Replace the name from a string, a tree or DER; each drops the string
-  // cache. 0, or -1 (reported) leaving no tree.
+  // cache. 0, or -1 (reported) leaving no tree. Decode refuses what DER
+  // forbids and BER allows (indefinite lengths, constructed strings), and
+  // empty RDNs.
   int Set(const char* text);
   int Set(const obASN_RDNSequence& name);
   int Decode(const unsigned char* der, int len);
 
   // The string form, owned by the name and valid until the next edit; null
   // without a tree or when a value cannot be printed. It is made on the
-  // first call and kept, so two threads must not make it for one name at
-  // once, and unknown attribute types print through a shared buffer.
+  // first call and kept. Unknown attribute types print through one buffer
+  // shared by all names, so names holding them must not print from several
+  // threads at once.
   const char* GetStr() const;
-  const obASN_RDNSequence* GetName() const { return name_.get(); }
+  // The tree, still owned by the name; null when there is none.
+  const obASN_RDNSequence* GetName() const { return Tree(); }
   // The DER in a new block for the caller to release with delete[]: 0, or -1.
   int DerEncode(unsigned char** out, int* len) const;
 
@@ -69,7 +80,7 @@ class obDN_imp {
   int IsContain(const obAsnOid& type) const;
 
   // Removes the most specific RDN when it holds a common name: 1, else 0
-  // and the name is unchanged.
+  // and the name is unchanged. Edits end the comparison by DER.
   int RemoveCN();
   // Removes every attribute of type, and RDNs left empty: the count removed.
   int RemoveOid(const obAsnOid& type);
@@ -83,19 +94,28 @@ class obDN_imp {
   void Fprint(FILE* f, int indent) const;
   void Sprint(ObStream* s, const char* title, int indent) const;
 
- private:
-  void Edited() {
-    cacheValid_ = false;
-    der_.Clear();
-  }
+  // How many trees have been decoded from kept DER, by all names: lets tests
+  // see that construction from DER builds none.
+  static unsigned long TreesDecoded();
 
-  std::unique_ptr<obASN_RDNSequence> name_;
-  // The DER the tree was decoded from, until an edit: names decoded from
+ private:
+  // The tree, decoding it from der_ on first need; null when there is no name.
+  const obASN_RDNSequence* Tree() const;
+  obASN_RDNSequence* EditableTree();
+  // Holds tree (or no name) and nothing else.
+  void Reset(obASN_RDNSequence* tree);
+  // The tree was changed: the DER and the string form no longer hold.
+  void Edited();
+
+  // Null until decoded from der_ or set from text or a tree.
+  mutable std::atomic<obASN_RDNSequence*> name_{nullptr};
+  // The DER the name came from, until an edit: names decoded from
   // certificates compare by these octets first, which settles the common
-  // case (an issuer against its CA's subject) without walking the trees.
+  // case (an issuer against its CA's subject) without building the trees.
   obAsnBytes der_;
-  mutable std::string cache_;
-  mutable bool cacheValid_ = false;
+  // The RDN count of der_.
+  int derCount_ = 0;
+  mutable std::atomic<std::string*> str_{nullptr};
 };
 
 // The handle: every member forwards to the implementation it owns.

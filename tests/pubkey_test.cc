@@ -331,24 +331,6 @@ TEST(PubKeyEqual, ComparesThePublicForms) {
   for (TestKey* key : {a, same, other, longer, empty, bare}) obFreePubKey(key);
 }
 
-namespace {
-
-// Runs body(t) for t in 0..count-1 on threads released together, and joins them.
-void RunTogether(int count, const std::function<void(int)>& body) {
-  std::atomic<bool> go{false};
-  std::vector<std::thread> threads;
-  for (int t = 0; t < count; ++t) {
-    threads.emplace_back([&, t] {
-      while (!go) std::this_thread::yield();
-      body(t);
-    });
-  }
-  go = true;
-  for (std::thread& thread : threads) thread.join();
-}
-
-}  // namespace
-
 // Run under ThreadSanitizer: the counts are guarded by the process-wide mutex only.
 TEST(ThreadStressPKobj, ConcurrentSavesAndFreesKeepCountsExact) {
   constexpr int kThreads = 8, kKeys = 4, kRounds = 4000;

@@ -113,18 +113,6 @@ int ParseDotted(const char* text, obAsnBytes& out) {
   return index >= 1 ? 0 : -1;
 }
 
-// Well formed content: not empty, no subidentifier starting with 0x80 (a
-// non-minimal form), and the last octet ends a subidentifier.
-bool ValidContent(const unsigned char* p, unsigned long n) {
-  if (n == 0 || (p[n - 1] & 0x80)) return false;
-  bool atStart = true;
-  for (unsigned long i = 0; i < n; ++i) {
-    if (atStart && p[i] == 0x80) return false;
-    atStart = (p[i] & 0x80) == 0;
-  }
-  return true;
-}
-
 // Writes the decimal digits of the subidentifier [p, p + n) less subtract
 // (never more than its value) to out: the digit count, or -1 when more than
 // room digits would be needed. The digits are built in out itself, by
@@ -243,7 +231,7 @@ int obAsnOid::BDecContent(obAsnReadBuf& b, obAsnTag, obAsnLen len, unsigned long
     OB_HERROR("obAsnOid::BDecContent: can't copy data from buf offset = %d", b.Offset());
     return -1;
   }
-  if (!ValidContent(b.Cur(), n)) {
+  if (!IsValidContent(b.Cur(), n)) {
     OB_HERROR("obAsnOid::BDecContent: malformed subidentifier before offset = %d", b.Offset());
     return -1;
   }
@@ -284,12 +272,22 @@ int obAsnOid::SetArcs(const unsigned long* arcs, unsigned count) {
 }
 
 int obAsnOid::SetContent(const unsigned char* p, unsigned long n) {
-  if (!p || !ValidContent(p, n)) {
+  if (!p || !IsValidContent(p, n)) {
     OB_HERROR("obAsnOid::SetContent malformed identifier content");
     return -1;
   }
   content_.Assign(p, n);
   return 0;
+}
+
+// Well formed content: not empty, no subidentifier starting with 0x80 (a
+// non-minimal form), and the last octet ends a subidentifier.
+bool obAsnOid::IsValidContent(const unsigned char* p, unsigned long n) {
+  if (n == 0 || p[0] == 0x80 || (p[n - 1] & 0x80)) return false;
+  for (unsigned long i = 1; i < n; ++i) {
+    if (p[i] == 0x80 && (p[i - 1] & 0x80) == 0) return false;
+  }
+  return true;
 }
 
 int obAsnOid::GetDotted(char* buf, unsigned bufSize) const {

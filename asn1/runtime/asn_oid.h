@@ -50,6 +50,9 @@ class obAsnOid : public obAsnType {
   int SetArcs(const unsigned long* arcs, unsigned count);
   // From content octets, checked as BDecContent does: 0, or -1 unchanged.
   int SetContent(const unsigned char* p, unsigned long n);
+  // Whether content octets are what BDecContent and SetContent accept, for
+  // readers that check identifiers in place without building an obAsnOid.
+  static bool IsValidContent(const unsigned char* p, unsigned long n);
 
   // The content octets, for hashing and lookups.
   const unsigned char* data() const { return content_.data(); }

@@ -40,12 +40,12 @@ size_t ParseLength(const unsigned char* p, const unsigned char* end, size_t& len
 
 }  // namespace
 
-obAsnTag obDerReader::PeekTag() const {
+obAsnTag obDerReader::PeekLongTag() const {
   obAsnTag tag = kAsnBadTag;
   return ParseTag(cur_, end_, tag) ? tag : kAsnBadTag;
 }
 
-bool obDerReader::Next(obDerElement& out) {
+bool obDerReader::NextLongForm(obDerElement& out) {
   obAsnTag tag = kAsnBadTag;
   size_t tagLen = ParseTag(cur_, end_, tag);
   if (!tagLen) return false;
@@ -54,10 +54,7 @@ bool obDerReader::Next(obDerElement& out) {
   if (!lenLen) return false;
   size_t header = tagLen + lenLen;
   if (len > static_cast<size_t>(end_ - cur_) - header) return false;
-  out.tag = tag;
-  out.content = {cur_ + header, len};
-  out.tlv = {cur_, header + len};
-  cur_ += header + len;
+  Take(out, tag, header, len);
   return true;
 }
 
@@ -66,7 +63,7 @@ bool obDerReader::Read(obAsnTag tag, obDerElement& out) {
   return Next(out);
 }
 
-bool obDerReader::Read(obAsnTag tag, obDerSpan& content) {
+bool obDerReader::ReadLongForm(obAsnTag tag, obDerSpan& content) {
   obDerElement element;
   if (!Read(tag, element)) return false;
   content = element.content;

@@ -59,18 +59,47 @@ class obDerReader {
 
   // The tag of the next element without reading it; kAsnBadTag at the end or
   // on malformed identifier octets.
-  obAsnTag PeekTag() const;
+  obAsnTag PeekTag() const {
+    return cur_ != end_ && (cur_[0] & 0x1F) != 0x1F ? static_cast<obAsnTag>(cur_[0]) : PeekLongTag();
+  }
   // Reads the next element: false (and nothing consumed) when it is malformed
-  // or there is none.
-  bool Next(obDerElement& out);
-  // Reads the next element, which must carry tag.
-  bool Read(obAsnTag tag, obDerSpan& content);
+  // or there is none. Most elements have a one-octet tag and a one-octet
+  // length, and are read inline.
+  bool Next(obDerElement& out) {
+    if (Remaining() < 2 || (cur_[0] & 0x1F) == 0x1F || cur_[1] >= 0x80) return NextLongForm(out);
+    size_t len = cur_[1];
+    if (len > Remaining() - 2) return false;
+    Take(out, cur_[0], 2, len);
+    return true;
+  }
+  // Reads the next element, which must carry tag. A one-octet tag with a
+  // one-octet length is read inline.
+  bool Read(obAsnTag tag, obDerSpan& content) {
+    if (tag > 0xFF || (tag & 0x1F) == 0x1F || Remaining() < 2 || cur_[0] != tag || cur_[1] >= 0x80)
+      return ReadLongForm(tag, content);
+    size_t len = cur_[1];
+    if (len > Remaining() - 2) return false;
+    content = {cur_ + 2, len};
+    cur_ += 2 + len;
+    return true;
+  }
   bool Read(obAsnTag tag, obDerElement& out);
   // Reads the next element only when it carries tag; present tells which.
   // False only when the element is malformed.
   bool ReadOptional(obAsnTag tag, obDerSpan& content, bool& present);
 
  private:
+  obAsnTag PeekLongTag() const;
+  // Next and Read for multi-octet tags and lengths.
+  bool NextLongForm(obDerElement& out);
+  bool ReadLongForm(obAsnTag tag, obDerSpan& content);
+  void Take(obDerElement& out, obAsnTag tag, size_t header, size_t len) {
+    out.tag = tag;
+    out.content = {cur_ + header, len};
+    out.tlv = {cur_, header + len};
+    cur_ += header + len;
+  }
+
   const unsigned char* cur_ = nullptr;
   const unsigned char* end_ = nullptr;
 };

@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <fcntl.h>
@@ -131,6 +133,19 @@ std::string Printed(const std::function<void(FILE*)>& print, bool to_stdout) {
   for (int c; (c = std::fgetc(f)) != EOF;) text += static_cast<char>(c);
   std::fclose(f);
   return text;
+}
+
+void RunTogether(int count, const std::function<void(int)>& body) {
+  std::atomic<bool> go{false};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < count; ++t) {
+    threads.emplace_back([&, t] {
+      while (!go) std::this_thread::yield();
+      body(t);
+    });
+  }
+  go = true;
+  for (std::thread& thread : threads) thread.join();
 }
 
 TempDir::TempDir() {

@@ -44,6 +44,9 @@ std::string Repeat(const std::string& text, int times);
 // standard output when handed a null stream.
 std::string Printed(const std::function<void(FILE*)>& print, bool to_stdout = false);
 
+// Runs body(t) for t in 0..count-1 on threads released together, and joins them.
+void RunTogether(int count, const std::function<void(int)>& body);
+
 // A fresh empty directory for one test, removed with the object.
 class TempDir {
  public:
