@@ -12,6 +12,7 @@
 #include <string>
 
 #include "nycert/buffers/diag.h"
+#include "nycert/buffers/pem.h"
 #include "nycert/keys/nysrsa.h"
 #include "nycert/keys/rsa_key_formats.h"
 #include "nycert/platform/obset.h"
@@ -128,34 +129,6 @@ obset* PrivateSet(const EVP_PKEY* key) {
   pkcs1.Zero();
   pkcs8.Zero();
   return priv;
-}
-
-// PEM armour: the label of the first block and its base64 body, decoded.
-bool PemBlock(const std::string& text, std::string& label, nyBinBuf& der) {
-  static const char kBegin[] = "-----BEGIN ";
-  size_t begin = text.find(kBegin);
-  if (begin == std::string::npos) return false;
-  size_t labelStart = begin + sizeof kBegin - 1;
-  size_t labelEnd = text.find("-----", labelStart);
-  if (labelEnd == std::string::npos) return false;
-  label = text.substr(labelStart, labelEnd - labelStart);
-  size_t body = labelEnd + 5;
-  size_t end = text.find("-----END " + label + "-----", body);
-  if (end == std::string::npos) return false;
-
-  der.Set(static_cast<unsigned>((end - body) / 4 * 3 + 3));
-  EVP_ENCODE_CTX* ctx = EVP_ENCODE_CTX_new();
-  int part = 0, tail = 0;
-  bool ok = ctx != nullptr;
-  if (ok) {
-    EVP_DecodeInit(ctx);
-    ok = EVP_DecodeUpdate(ctx, der.Data(), &part, reinterpret_cast<const unsigned char*>(text.data() + body),
-                          static_cast<int>(end - body)) >= 0 &&
-         EVP_DecodeFinal(ctx, der.Data() + part, &tail) == 1;
-  }
-  EVP_ENCODE_CTX_free(ctx);
-  der.Set(der.Data(), ok ? static_cast<unsigned>(part + tail) : 0u);
-  return !der.IsEmpty();
 }
 
 obPubKey* BuiltinImport(void*, obPK_Format fmt, const void* data, int len) {
@@ -298,19 +271,20 @@ obPubKey* obImportRSAKey(obPK_Format fmt, const void* data, int len) {
 }
 
 obPubKey* obImportRSAKeyPEM(const char* pem, unsigned len) {
-  std::string label;
-  nyBinBuf der;
+  obPemBlock block;
+  unsigned offset = 0;
+  const std::string& label = block.label;
   obPubKey* key = nullptr;
-  if (!pem || !PemBlock(std::string(pem, len), label, der)) {
+  if (obPem_Next(pem, len, offset, block) != 1) {
     OB_HERROR("obImportRSAKeyPEM: no PEM block");
   } else if (label == "RSA PRIVATE KEY" || label == "PRIVATE KEY") {
-    key = obImportRSAKey(obPK_Format_PrivateDER, der.Data(), static_cast<int>(der.Len()));
+    key = obImportRSAKey(obPK_Format_PrivateDER, block.der.Data(), static_cast<int>(block.der.Len()));
   } else if (label == "RSA PUBLIC KEY" || label == "PUBLIC KEY") {
-    key = obImportRSAKey(obPK_Format_PublicDER, der.Data(), static_cast<int>(der.Len()));
+    key = obImportRSAKey(obPK_Format_PublicDER, block.der.Data(), static_cast<int>(block.der.Len()));
   } else {
     OB_HERROR("obImportRSAKeyPEM: unsupported block %s", label.c_str());
   }
-  der.Zero();
+  block.der.Zero();
   return key;
 }
 
