@@ -41,7 +41,7 @@ Bytes TestPki::Issue(const std::string& name, const CertSpec& spec) const {
     WriteText(dir_.File(name + ".ext"), "[v3]\n" + spec.extensions + "\n");
     extArgs = " -extfile " + name + ".ext -extensions v3";
   }
-  EXPECT_TRUE(Openssl(dir(), "req -new -key " + key + " -subj \"" + spec.subject + "\" -out " + name + ".csr"));
+  EXPECT_TRUE(Openssl(dir(), "req -new -utf8 -key " + key + " -subj \"" + spec.subject + "\" -out " + name + ".csr"));
   EXPECT_TRUE(Openssl(dir(), "x509 -req -in " + name + ".csr -CA ca.pem -CAkey " + caKey_ + " -set_serial " +
                                  spec.serial + " -days " + std::to_string(spec.days) + " -" + spec.digest + extArgs +
                                  " -out " + name + ".pem"));
@@ -55,26 +55,95 @@ std::string TestPki::X509Output(const Bytes& der, const std::string& args) const
   return OpensslOutput(dir(), "x509 -inform DER -in probe.der " + args);
 }
 
+Bytes SignDer(const obAsnType& tbs, obPubKey* key, ob_md_type md) {
+  nyBinBuf der;
+  EXPECT_EQ(0, obAsnEncode(tbs, der));
+  unsigned char digest[kObMaxDigestLen];
+  int digestLen = ny_md_hashbuf(md, der.Data(), der.Len(), digest);
+  Bytes signature(static_cast<size_t>(key->Sign(obPKop_DigestInfo, md, digest, digestLen, nullptr, 0)));
+  EXPECT_GT(key->Sign(obPKop_DigestInfo, md, digest, digestLen, signature.data(), static_cast<int>(signature.size())),
+            0);
+  return signature;
+}
+
 Bytes Resign(const Bytes& der, const std::function<void(obASN_Certificate&)>& edit, obPubKey* key, ob_md_type md) {
   obASN_Certificate cert;
   EXPECT_EQ(0, obAsnDecode(cert, der.data(), der.size()));
   edit(cert);
   cert.tbsCertificate.signature.algorithm = *obSignatureOid(md);
   cert.signatureAlgorithm.algorithm = *obSignatureOid(md);
-  nyBinBuf tbs;
-  EXPECT_EQ(0, obAsnEncode(cert.tbsCertificate, tbs));
-  unsigned char digest[kObMaxDigestLen];
-  int digestLen = ny_md_hashbuf(md, tbs.Data(), tbs.Len(), digest);
-  Bytes signature(static_cast<size_t>(key->Sign(obPKop_DigestInfo, md, digest, digestLen, nullptr, 0)));
-  EXPECT_GT(key->Sign(obPKop_DigestInfo, md, digest, digestLen, signature.data(), static_cast<int>(signature.size())),
-            0);
+  Bytes signature = SignDer(cert.tbsCertificate, key, md);
   cert.signature.Set(signature.data(), signature.size() * 8);
   nyBinBuf out;
   EXPECT_EQ(0, obAsnEncode(cert, out));
   return Bytes(out.Data(), out.Data() + out.Len());
 }
 
+namespace {
+
+void SetTime(obASN_Time& time, long seconds) {
+  if (time.Select_utcTime().SetTime(seconds) != 0) {
+    EXPECT_EQ(0, time.Select_generalTime().SetTime(seconds));
+  }
+}
+
+void SetExtension(obASN_Extension& ext, const std::string& oid, bool critical, const Bytes& value) {
+  EXPECT_EQ(0, ext.extnID.Set(oid.c_str()));
+  if (critical) ext.critical.reset(new obAsnBool(true));
+  ext.extnValue.Set(value.data(), value.size());
+}
+
+void SetRevoked(obASN_TBSCertList_revokedCertificates_elem& entry, const RevokedSpec& spec) {
+  obAsnReadBuf serial(spec.serial.data(), spec.serial.size());
+  unsigned long consumed = 0;
+  EXPECT_EQ(1, entry.userCertificate.BDecContent(serial, 0, static_cast<obAsnLen>(spec.serial.size()), consumed));
+  SetTime(entry.revocationDate, spec.revoked);
+  if (spec.reason >= 0)
+    SetExtension(entry.crlEntryExtensions.emplace().Append(), "2.5.29.21", false,
+                 Bytes{0x0A, 0x01, static_cast<unsigned char>(spec.reason)});
+}
+
+}  // namespace
+
+Bytes MakeCrl(const TestPki& pki, const std::vector<RevokedSpec>& revoked, const CrlOptions& options) {
+  obASN_Certificate ca;
+  EXPECT_EQ(0, obAsnDecode(ca, pki.CaDer().data(), pki.CaDer().size()));
+  obASN_CertificateList crl;
+  obASN_TBSCertList& tbs = crl.tbsCertList;
+  tbs.version.reset(new obASN_Version(obASN_Version::v2));
+  tbs.signature.algorithm = *obSignatureOid(options.md);
+  crl.signatureAlgorithm.algorithm = *obSignatureOid(options.md);
+  tbs.issuer = ca.tbsCertificate.subject;
+  SetTime(tbs.thisUpdate, options.thisUpdate);
+  if (options.nextUpdate) SetTime(tbs.nextUpdate.emplace(), options.nextUpdate);
+  if (!revoked.empty()) {
+    obASN_TBSCertList_revokedCertificates& list = tbs.revokedCertificates.emplace();
+    list.items.reserve(revoked.size());
+    for (const RevokedSpec& spec : revoked) SetRevoked(list.Append(), spec);
+  }
+  if (!options.extensions.empty()) {
+    obASN_Extensions& extensions = tbs.crlExtensions.emplace();
+    for (const CrlExtSpec& ext : options.extensions)
+      SetExtension(extensions.Append(), ext.oid, ext.critical, ext.value);
+  }
+  Bytes signature = SignDer(tbs, pki.CaKey(), options.md);
+  crl.signature.Set(signature.data(), signature.size() * 8);
+  nyBinBuf out;
+  EXPECT_EQ(0, obAsnEncode(crl, out));
+  return Bytes(out.Data(), out.Data() + out.Len());
+}
+
+Bytes SerialOctets(int64_t v) {
+  Bytes octets;
+  for (int shift = 56; shift >= 0; shift -= 8) octets.push_back(static_cast<unsigned char>(v >> shift));
+  size_t start = 0;
+  while (start + 1 < octets.size() && ((octets[start] == 0x00 && !(octets[start + 1] & 0x80)) ||
+                                       (octets[start] == 0xFF && (octets[start + 1] & 0x80))))
+    ++start;
+  return Bytes(octets.begin() + static_cast<long>(start), octets.end());
+}
+
 const TestPki& SharedPki() {
-  static const TestPki* pki = new TestPki;
-  return *pki;
+  static const TestPki pki;
+  return pki;
 }

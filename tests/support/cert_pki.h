@@ -4,6 +4,7 @@
 #ifndef NYCERT_TESTS_SUPPORT_CERT_PKI_H_
 #define NYCERT_TESTS_SUPPORT_CERT_PKI_H_
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -13,6 +14,7 @@
 #include "support/test_support.h"
 
 class obASN_Certificate;
+class obAsnType;
 class obPubKey;
 
 using Bytes = std::vector<unsigned char>;
@@ -55,6 +57,37 @@ class TestPki {
 // der decoded, edited by edit, re-signed by key with md, and encoded again.
 Bytes Resign(const Bytes& der, const std::function<void(obASN_Certificate&)>& edit, obPubKey* key,
              ob_md_type md = ob_md_sha256);
+
+// The signature key makes with md over the DER of tbs.
+Bytes SignDer(const obAsnType& tbs, obPubKey* key, ob_md_type md);
+
+// One revoked certificate of a CRL.
+struct RevokedSpec {
+  Bytes serial;               // the INTEGER content octets, as DER writes them
+  long revoked = 1700000000;  // revocation date, seconds since 1970
+  int reason = -1;            // a CRLReason entry extension, or -1 for none
+};
+
+// One CRL extension: its dotted OID, criticality and DER value.
+struct CrlExtSpec {
+  std::string oid;
+  bool critical = false;
+  Bytes value;
+};
+
+struct CrlOptions {
+  long thisUpdate = 1700000000;
+  long nextUpdate = 1700000000 + 7 * 86400;  // 0: none
+  std::vector<CrlExtSpec> extensions;
+  ob_md_type md = ob_md_sha256;
+};
+
+// A v2 CRL of the PKI's CA listing revoked, made with the generated codecs
+// and signed with the CA key. Serials of more than four octets must be
+// positive (the codec writes large integers as magnitudes).
+Bytes MakeCrl(const TestPki& pki, const std::vector<RevokedSpec>& revoked, const CrlOptions& options = {});
+// The shortest two's-complement octets of v.
+Bytes SerialOctets(int64_t v);
 
 // The shared PKI of a test binary, made on first use.
 const TestPki& SharedPki();

@@ -1,0 +1,34 @@
+// The implementation behind obCert, shared by its decoding and printing.
+#ifndef NYCERT_CERTS_CERT_IMP_INTERNAL_H_
+#define NYCERT_CERTS_CERT_IMP_INTERNAL_H_
+
+#include <atomic>
+
+#include "nycert/certs/cert_fields_internal.h"
+#include "nycert/certs/extensions_list.h"
+#include "nycert/certs/signed.h"
+
+class obAsnInt;
+class obDN;
+class obPubKey;
+
+class obCert_imp : public obSigned_imp {
+ public:
+  using obSigned_imp::obSigned_imp;
+  ~obCert_imp() override;
+
+  // Made on first use and then kept; threads that race to make it keep the
+  // first one published.
+  std::atomic<obPubKey*> pubKey{nullptr};
+  int version = 1;
+  obAsnInt* serial = nullptr;
+  obDN* issuer = nullptr;
+  obDN* subject = nullptr;
+  obExtensionsList extensions;
+  // Spans into buf.
+  obCertFields fields;
+  long notBefore = 0;
+  long notAfter = 0;
+};
+
+#endif  // NYCERT_CERTS_CERT_IMP_INTERNAL_H_
