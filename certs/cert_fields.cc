@@ -1,15 +1,6 @@
 #include "nycert/asn1/runtime/asn_time.h"
 #include "nycert/certs/cert_fields_internal.h"
 
-bool obReadAlgorithmId(obDerReader& r, obDerSpan& oid) {
-  obDerSpan body;
-  obDerElement parameters;
-  if (!r.Read(kDerSequence, body)) return false;
-  obDerReader alg(body);
-  if (!alg.Read(kDerOid, oid) || oid.empty()) return false;
-  return alg.AtEnd() || (alg.Next(parameters) && alg.AtEnd());
-}
-
 bool obIsTimeTag(obAsnTag tag) { return tag == kDerUtcTime || tag == kDerGeneralizedTime; }
 
 bool obParseTimeElement(const obDerElement& time, long& seconds) {
@@ -82,21 +73,12 @@ bool ReadTbs(obDerSpan body, obCertFields& out) {
 
 }  // namespace
 
-bool obParseSignedFields(obDerSpan der, obDerElement& tbs, obDerSpan& signatureAlgorithm) {
-  obDerReader outer(der);
-  obDerSpan body, bits, signature;
-  unsigned unused = 0;
-  if (!outer.Read(kDerSequence, body) || !outer.AtEnd()) return false;
-  obDerReader fields(body);
-  return fields.Read(kDerSequence, tbs) && obReadAlgorithmId(fields, signatureAlgorithm) &&
-         fields.Read(kDerBitString, bits) && fields.AtEnd() && obDerParseBitString(bits, signature, unused);
-}
-
 bool obParseCertFields(obDerSpan der, obCertFields& out) {
-  obDerElement tbs;
-  if (!obParseSignedFields(der, tbs, out.signatureAlgorithm)) return false;
-  out.tbs = tbs.tlv;
-  return ReadTbs(tbs.content, out);
+  obSignedFields signedFields;
+  if (!obParseSignedFields(der, signedFields)) return false;
+  out.signatureAlgorithm = signedFields.algorithm;
+  out.tbs = signedFields.toBeSigned.tlv;
+  return ReadTbs(signedFields.toBeSigned.content, out);
 }
 
 namespace {

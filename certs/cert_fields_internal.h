@@ -14,6 +14,7 @@
 #define NYCERT_CERTS_CERT_FIELDS_INTERNAL_H_
 
 #include "nycert/asn1/runtime/der_reader.h"
+#include "nycert/certs/signed_fields_internal.h"
 
 struct obCertFields {
   obDerSpan tbs;             // the whole TBSCertificate TLV
@@ -31,18 +32,10 @@ struct obCertFields {
   obDerSpan signatureAlgorithm;  // outer algorithm OID content
 };
 
-// AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters ANY OPTIONAL }
-// Reads one from r and gives its identifier's content octets.
-bool obReadAlgorithmId(obDerReader& r, obDerSpan& oid);
 // Time ::= CHOICE { utcTime UTCTime, generalTime GeneralizedTime }
 bool obIsTimeTag(obAsnTag tag);
 // A Time element in seconds since 1970: false when it is not a valid time.
 bool obParseTimeElement(const obDerElement& time, long& seconds);
-
-//   Signed ::= SEQUENCE { toBeSigned SEQUENCE, algorithm AlgorithmIdentifier, signature BIT STRING }
-// Locates the to-be-signed element and the algorithm's OID content of der,
-// which must hold exactly one signed object: true, or false when malformed.
-bool obParseSignedFields(obDerSpan der, obDerElement& tbs, obDerSpan& signatureAlgorithm);
 
 // Locates every field of der (which must hold exactly one certificate):
 // true, or false when the encoding is not a certificate.

@@ -7,6 +7,7 @@
 #include "nycert/asn1/runtime/der_reader.h"
 #include "nycert/buffers/diag.h"
 #include "nycert/certs/signature_alg.h"
+#include "nycert/certs/signed_fields_internal.h"
 #include "nycert/keys/pubkey.h"
 #include "nycert/platform/nybcrypt.h"
 
@@ -57,35 +58,30 @@ void obSigned::SetUnhandledExt(const obAsnOid* oid) {
   imp_->unhandledCritExt = oid ? oid->Copy() : nullptr;
 }
 
-namespace {
-
-// The parts of a signed structure that verification needs, as spans into it.
-struct SignedParts {
-  obDerSpan toBeSigned;  // the whole TLV: the signature covers its DER
-  obDerSpan algorithm;   // the OID's content octets
-  obDerSpan signature;   // the bit string's octets
-  unsigned unusedBits = 0;
-};
-
-bool ParseSigned(const unsigned char* buf, unsigned int len, SignedParts& out) {
-  obDerReader outer(buf, len);
-  obDerSpan body, algorithmId, bitString;
-  obDerElement tbs;
+// Signed ::= SEQUENCE { toBeSigned, algorithm AlgorithmIdentifier, signature BIT STRING }
+bool obParseSignedFields(obDerSpan der, obSignedFields& out) {
+  obDerReader outer(der);
+  obDerSpan body, bitString;
   if (!outer.Read(kDerSequence, body) || !outer.AtEnd()) return false;
   obDerReader fields(body);
-  if (!fields.Read(kDerSequence, tbs) || !fields.Read(kDerSequence, algorithmId) ||
-      !fields.Read(kDerBitString, bitString) || !fields.AtEnd())
-    return false;
-  obDerReader alg(algorithmId);
-  out.toBeSigned = tbs.tlv;
-  return alg.Read(kDerOid, out.algorithm) && obDerParseBitString(bitString, out.signature, out.unusedBits);
+  return fields.Read(kDerSequence, out.toBeSigned) && obReadAlgorithmId(fields, out.algorithm) &&
+         fields.Read(kDerBitString, bitString) && fields.AtEnd() &&
+         obDerParseBitString(bitString, out.signature, out.unusedBits);
 }
 
-}  // namespace
+// AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters ANY OPTIONAL }
+bool obReadAlgorithmId(obDerReader& r, obDerSpan& oid) {
+  obDerSpan body;
+  obDerElement parameters;
+  if (!r.Read(kDerSequence, body)) return false;
+  obDerReader alg(body);
+  if (!alg.Read(kDerOid, oid) || oid.empty()) return false;
+  return alg.AtEnd() || (alg.Next(parameters) && alg.AtEnd());
+}
 
 obVfy_status obSigned::VerifySig(obPubKey* key) const {
-  SignedParts parts;
-  if (!ParseSigned(imp_->buf, imp_->bufLen, parts)) {
+  obSignedFields parts;
+  if (!obParseSignedFields({imp_->buf, imp_->bufLen}, parts)) {
     OB_HERROR("ob_VerifySigned: Failed decoding of signed\n");
     return obVfy_DecodeError;
   }
@@ -95,7 +91,7 @@ obVfy_status obSigned::VerifySig(obPubKey* key) const {
     return obVfy_UnsupportedAlg;
   }
   unsigned char digest[kObMaxDigestLen];
-  int digestLen = ny_md_hashbuf(md, parts.toBeSigned.data, static_cast<unsigned>(parts.toBeSigned.size), digest);
+  int digestLen = ny_md_hashbuf(md, parts.toBeSigned.tlv.data, static_cast<unsigned>(parts.toBeSigned.tlv.size), digest);
   if (digestLen < 0) return obVfy_UnsupportedAlg;
   // Signature octets: the bit count rounded up to whole octets.
   size_t bits = parts.signature.size * 8 - parts.unusedBits;
