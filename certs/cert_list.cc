@@ -6,6 +6,7 @@
 #include "nycert/asn1/runtime/asn_tag.h"
 #include "nycert/buffers/diag.h"
 #include "nycert/certs/cert.h"
+#include "nycert/certs/print_text_internal.h"
 #include "nycert/names/obdn.h"
 #include "nycert/platform/obstream.h"
 
@@ -108,33 +109,21 @@ obCerts* obCerts_buf2Certs(const unsigned char* buf, int len) {
   return certs;
 }
 
-namespace {
-
-// Decodes buf into a certificate that lives only for the call of use.
-template <class Use>
-void WithCert(const unsigned char* buf, int len, Use use) {
-  obCert* cert = new obCert(buf, len > 0 ? static_cast<unsigned>(len) : 0);
-  use(*cert);
-  obFreeSigned(cert);
-}
-
-}  // namespace
-
 void obCert_Herror_buf(const unsigned char* buf, int len) {
   if (!dodebugprt) return;
   if (!buf || len <= 0) {
     herror_func(0, 0, "obCert_Herror_buf: empty buf");
     return;
   }
-  WithCert(buf, len, [](const obCert& cert) { cert.Herror(obCertHerror_All); });
+  obWithDecoded<obCert>(buf, len, [](const obCert& cert) { cert.Herror(obCertHerror_All); });
 }
 
 void obCert_Sprint_certbuf(ObStream* s, const unsigned char* buf, int len, obCertHerrorDetails details, int indent) {
-  WithCert(buf, len, [&](const obCert& cert) { cert.Sprint(s, details, indent); });
+  obWithDecoded<obCert>(buf, len, [&](const obCert& cert) { cert.Sprint(s, details, indent); });
 }
 
 void obCert_Fprint_certbuf(FILE* f, const unsigned char* buf, int len, obCertHerrorDetails details, int indent) {
-  WithCert(buf, len, [&](const obCert& cert) { cert.Fprint(f, details, indent); });
+  obWithDecoded<obCert>(buf, len, [&](const obCert& cert) { cert.Fprint(f, details, indent); });
 }
 
 char* obCert_CertNamesToStr(const obCert* cert) {

@@ -39,39 +39,21 @@ void obCert::Sprint(ObStream* s, obCertHerrorDetails details, int indent) const 
 }
 
 void obCert::Fprint(FILE* f, obCertHerrorDetails details, int indent) const {
-  ObStream text;
-  Sprint(&text, details, indent);
-  obNamePut(f ? f : stderr, text);
+  obFprintText(f, [&](ObStream* s) { Sprint(s, details, indent); });
 }
 
 void obCert::Herror(obCertHerrorDetails details) const {
-  if (!obDiagOn()) return;
-  ObStream text;
-  Sprint(&text, details, 0);
-  herror_func(0, 0, "%s", text.c_str());
+  obHerrorText([&](ObStream* s) { Sprint(s, details, 0); });
 }
 
 void obCerts::Sprint(ObStream* s, const char* title, obCertHerrorDetails details, int indent) const {
-  if (!s) return;
-  std::string tabs = obNameTabs(indent);
-  if (title)
-    s->Printf("%s%s: %d certificates\n", tabs.c_str(), title, Count());
-  else
-    s->Printf("%s%d certificates\n", tabs.c_str(), Count());
-  for (int i = 0; i < Size(); ++i) {
-    if (obCert* cert = Get(i)) cert->Sprint(s, details, indent);
-  }
+  obSprintSignedList(s, *this, title, "certificates", details, indent);
 }
 
 void obCerts::Fprint(FILE* f, const char* title, obCertHerrorDetails details, int indent) const {
-  ObStream text;
-  Sprint(&text, title, details, indent);
-  obNamePut(f ? f : stderr, text);
+  obFprintText(f, [&](ObStream* s) { Sprint(s, title, details, indent); });
 }
 
 void obCerts::Herror(const char* title, obCertHerrorDetails details) const {
-  if (!obDiagOn()) return;
-  ObStream text;
-  Sprint(&text, title, details, 0);
-  herror_func(0, 0, "%s", text.c_str());
+  obHerrorText([&](ObStream* s) { Sprint(s, title, details, 0); });
 }

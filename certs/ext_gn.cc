@@ -140,19 +140,7 @@ obGeneralNames* obExtGN_imp::Names() const {
   });
 }
 
-obASN_GeneralNames obExtGN_imp::AsnNames() const {
-  obASN_GeneralNames out;
-  const obGeneralNames* names = Names();
-  for (int i = 0; i < names->Count(); ++i) {
-    const obGeneralName* name = names->Get(i);
-    if (!name) continue;
-    if (name->ToAsn(out.Append()) < 0) {
-      OB_HERROR("obExtGN_imp::AsnNames: Unsupported obGNtype: %d", static_cast<int>(name->GetType()));
-      out.items.pop_back();
-    }
-  }
-  return out;
-}
+obASN_GeneralNames obExtGN_imp::AsnNames() const { return obExtAsnNames(Names(), "obExtGN_imp::AsnNames"); }
 
 obExtGN::obExtGN(const obGeneralNames& names, obExtGNKind kind) : obExtension(data_), data_(kind, names) {}
 obExtGN::obExtGN(const obExtGN& other) : obExtension(data_), data_(other.data_) {}

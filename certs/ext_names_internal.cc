@@ -1,6 +1,7 @@
 #include "nycert/certs/ext_names_internal.h"
 
 #include "nycert/asn1/runtime/asn_bufset.h"
+#include "nycert/buffers/diag.h"
 #include "nycert/certs/ext_der_internal.h"
 
 namespace {
@@ -78,4 +79,17 @@ void obExtAddGeneralNames(obDerSpan content, obGeneralNames& out) {
   while (r.Next(element)) {
     if (obGeneralName* name = obExtMakeGeneralName(element)) out.Add(name);
   }
+}
+
+obASN_GeneralNames obExtAsnNames(const obGeneralNames* names, const char* owner) {
+  obASN_GeneralNames out;
+  for (int i = 0; names && i < names->Count(); ++i) {
+    const obGeneralName* name = names->Get(i);
+    if (!name) continue;
+    if (name->ToAsn(out.Append()) < 0) {
+      OB_HERROR("%s: Unsupported obGNtype: %d", owner, static_cast<int>(name->GetType()));
+      out.items.pop_back();
+    }
+  }
+  return out;
 }

@@ -28,4 +28,8 @@ obGeneralName* obExtMakeGeneralName(const obDerElement& element);
 // Appends the convertible names of a checked GeneralNames content to out.
 void obExtAddGeneralNames(obDerSpan content, obGeneralNames& out);
 
+// The ASN.1 form of names; a name of a kind that has none is left out and
+// reported as "<owner>: Unsupported obGNtype: <kind>".
+obASN_GeneralNames obExtAsnNames(const obGeneralNames* names, const char* owner);
+
 #endif  // NYCERT_CERTS_EXT_NAMES_INTERNAL_H_

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "nycert/certs/print_text_internal.h"
+#include "nycert/buffers/diag.h"
 #include "nycert/names/obdn.h"
 #include "nycert/platform/obstream.h"
 
@@ -53,4 +54,17 @@ std::string obLocalTimeText(long seconds) {
 void obSprintNameLine(ObStream* s, const std::string& tabs, const char* label, const obDN* name) {
   const char* text = name ? name->GetStr() : nullptr;
   if (text) s->Printf("%s%s%s\n", tabs.c_str(), label, text);
+}
+
+void obFprintText(FILE* f, const std::function<void(ObStream*)>& sprint) {
+  ObStream text;
+  sprint(&text);
+  obNamePut(f ? f : stderr, text);
+}
+
+void obHerrorText(const std::function<void(ObStream*)>& sprint) {
+  if (!obDiagOn()) return;
+  ObStream text;
+  sprint(&text);
+  herror_func(0, 0, "%s", text.c_str());
 }

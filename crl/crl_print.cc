@@ -52,39 +52,21 @@ void obCRL::Sprint(ObStream* s, obCertHerrorDetails details, int indent) const {
 }
 
 void obCRL::Fprint(FILE* f, obCertHerrorDetails details, int indent) const {
-  ObStream text;
-  Sprint(&text, details, indent);
-  obNamePut(f ? f : stderr, text);
+  obFprintText(f, [&](ObStream* s) { Sprint(s, details, indent); });
 }
 
 void obCRL::Herror(obCertHerrorDetails details) const {
-  if (!obDiagOn()) return;
-  ObStream text;
-  Sprint(&text, details, 0);
-  herror_func(0, 0, "%s", text.c_str());
+  obHerrorText([&](ObStream* s) { Sprint(s, details, 0); });
 }
 
 void obCRLs::Sprint(ObStream* s, const char* title, obCertHerrorDetails details, int indent) const {
-  if (!s) return;
-  std::string tabs = obNameTabs(indent);
-  if (title)
-    s->Printf("%s%s: %d CRLs\n", tabs.c_str(), title, Count());
-  else
-    s->Printf("%s%d CRLs\n", tabs.c_str(), Count());
-  for (int i = 0; i < Size(); ++i) {
-    if (obCRL* crl = Get(i)) crl->Sprint(s, details, indent);
-  }
+  obSprintSignedList(s, *this, title, "CRLs", details, indent);
 }
 
 void obCRLs::Fprint(FILE* f, const char* title, obCertHerrorDetails details, int indent) const {
-  ObStream text;
-  Sprint(&text, title, details, indent);
-  obNamePut(f ? f : stderr, text);
+  obFprintText(f, [&](ObStream* s) { Sprint(s, title, details, indent); });
 }
 
 void obCRLs::Herror(const char* title, obCertHerrorDetails details) const {
-  if (!obDiagOn()) return;
-  ObStream text;
-  Sprint(&text, title, details, 0);
-  herror_func(0, 0, "%s", text.c_str());
+  obHerrorText([&](ObStream* s) { Sprint(s, title, details, 0); });
 }

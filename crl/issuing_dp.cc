@@ -104,19 +104,7 @@ obGeneralNames* obIssuingDP_imp::Names() const {
   });
 }
 
-obASN_GeneralNames obIssuingDP_imp::AsnNames() const {
-  obASN_GeneralNames out;
-  const obGeneralNames* names = Names();
-  for (int i = 0; i < names->Count(); ++i) {
-    const obGeneralName* name = names->Get(i);
-    if (!name) continue;
-    if (name->ToAsn(out.Append()) < 0) {
-      OB_HERROR("obIssuingDP_imp::AsnNames: Unsupported obGNtype: %d", static_cast<int>(name->GetType()));
-      out.items.pop_back();
-    }
-  }
-  return out;
-}
+obASN_GeneralNames obIssuingDP_imp::AsnNames() const { return obExtAsnNames(Names(), "obIssuingDP_imp::AsnNames"); }
 
 obIssuingDP::obIssuingDP(obCRL_contents kind, const obGeneralNames* names) : obExtension(data_), data_(kind, names) {}
 obIssuingDP::obIssuingDP(const obIssuingDP& other) : obExtension(data_), data_(other.data_) {}
