@@ -1,0 +1,117 @@
+// The nycert program's show command, run as a user runs it.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/cert_pki.h"
+#include "support/tool_run.h"
+
+#ifdef NYCERT_TOOL_PATH
+namespace {
+
+class ToolShow : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    const TestPki& pki = SharedPki();
+    CertSpec spec;
+    spec.extensions = "subjectAltName=DNS:tool.example.com\n";
+    pki.Issue("tool_leaf", spec);
+    // Three certificates with openssl's text output around each one.
+    ASSERT_TRUE(Openssl(pki.dir(), "x509 -in tool_leaf.pem -text -out tool_bundle.pem"));
+    ASSERT_TRUE(Openssl(pki.dir(), "x509 -in ca.pem -text -out tool_ca.pem"));
+    std::string bundle = pki.dir() + "/bundle3.pem";
+    Bytes all = ReadBytes(pki.dir() + "/tool_bundle.pem");
+    Bytes ca = ReadBytes(pki.dir() + "/tool_ca.pem");
+    all.insert(all.end(), ca.begin(), ca.end());
+    all.insert(all.end(), ca.begin(), ca.end());
+    WriteBytes(bundle, all);
+  }
+  std::string File(const std::string& name) const { return SharedPki().dir() + "/" + name; }
+};
+
+TEST_F(ToolShow, PrintsEveryCertificateOfABundle) {
+  ToolResult run = RunNycert("show " + File("bundle3.pem"));
+  EXPECT_EQ(0, run.status) << run.output;
+  EXPECT_EQ(3u, CountOccurrences(run.output, ": certificate "));
+  EXPECT_EQ(2u, CountOccurrences(run.output, "\tSubject: CN=Example Test CA"));
+  EXPECT_NE(std::string::npos, run.output.find("\tX509 Certificate Version 3"));
+
+  ToolResult names = RunNycert("show -d 1 " + File("ca.der"));
+  EXPECT_EQ(0, names.status);
+  EXPECT_EQ(std::string::npos, names.output.find("Version"));
+  EXPECT_NE(std::string::npos, names.output.find("\tIssuer: CN=Example Test CA,O=Example Trust,C=US\n"));
+}
+
+TEST_F(ToolShow, FailsCleanlyOnBadFiles) {
+  Bytes pem = ReadBytes(File("bundle3.pem"));
+  WriteBytes(File("truncated.pem"), Bytes(pem.begin(), pem.end() - 200));
+  Bytes der = ReadBytes(File("ca.der"));
+  WriteBytes(File("truncated.der"), Bytes(der.begin(), der.begin() + 300));
+
+  struct Case {
+    std::string args;
+    int status;
+    std::string message;
+  };
+  for (const Case& c : {
+           Case{"show " + File("truncated.pem"), 1, "object 3: malformed PEM block"},
+           Case{"show " + File("truncated.der"), 1, "object 1 is not a certificate: Error Decoding"},
+           Case{"show " + File("missing.pem"), 1, "missing.pem: cannot open: No such file or directory"},
+           Case{"show -d 4 " + File("ca.der"), 2, "-d takes 1, 2 or 3"},
+           Case{"show", 2, "no file given"},
+           Case{"frobnicate", 2, "unknown command 'frobnicate'"},
+       }) {
+    SCOPED_TRACE(c.args);
+    ToolResult run = RunNycert(c.args);
+    EXPECT_EQ(c.status, run.status);
+    EXPECT_NE(std::string::npos, run.output.find(c.message)) << run.output;
+  }
+  ToolResult truncated = RunNycert("show " + File("truncated.pem"));
+  EXPECT_EQ(2u, CountOccurrences(truncated.output, ": certificate "));  // the whole blocks still print
+}
+
+TEST_F(ToolShow, PrintsCrlsFromPemAndDer) {
+  const TestPki& pki = SharedPki();
+  std::vector<RevokedSpec> revoked{RevokedSpec{SerialOctets(0x1001), 1700000000, 1},
+                                   RevokedSpec{SerialOctets(0x123456789A), 1700000060, -1}};
+  WriteBytes(File("tool.crl"), MakeCrl(pki, revoked));
+  ASSERT_TRUE(Openssl(pki.dir(), "crl -inform DER -in tool.crl -out tool_crl.pem"));
+  Bytes mixed = ReadBytes(File("tool_ca.pem"));
+  Bytes crlPem = ReadBytes(File("tool_crl.pem"));
+  mixed.insert(mixed.end(), crlPem.begin(), crlPem.end());
+  WriteBytes(File("mixed.pem"), mixed);
+
+  ToolResult all = RunNycert("show -d 3 " + File("mixed.pem"));
+  EXPECT_EQ(0, all.status) << all.output;
+  EXPECT_NE(std::string::npos, all.output.find("mixed.pem: certificate 1\n"));
+  EXPECT_NE(std::string::npos, all.output.find("mixed.pem: CRL 2\n\tIssuer: CN=Example Test CA,O=Example Trust,C=US\n"
+                                               "\tThis update: "))
+      << all.output;
+  EXPECT_NE(std::string::npos, all.output.find("\tCertificate #4097\n\t\tRevoked at "));
+  EXPECT_NE(std::string::npos, all.output.find("\tCertificate #78187493530\n"));
+
+  ToolResult der = RunNycert("show " + File("tool.crl"));
+  EXPECT_EQ(0, der.status) << der.output;
+  EXPECT_EQ(0u, der.output.find(File("tool.crl") + ": CRL 1\n"));
+  EXPECT_NE(std::string::npos, der.output.find("\tNext update: "));
+  EXPECT_EQ(std::string::npos, der.output.find("Certificate #"));
+
+  std::string text(crlPem.begin(), crlPem.end());
+  std::string broken = text.substr(0, text.find('\n') + 1) + "MAMCAQA=\n" + text.substr(text.rfind("-----END"));
+  WriteBytes(File("broken_crl.pem"), Bytes(broken.begin(), broken.end()));
+  ToolResult bad = RunNycert("show " + File("broken_crl.pem"));
+  EXPECT_EQ(1, bad.status);
+  EXPECT_NE(std::string::npos, bad.output.find("object 1 is not a CRL: Error Decoding")) << bad.output;
+}
+
+TEST_F(ToolShow, HelpOnEveryCommand) {
+  for (const char* args : {"--help", "show --help"}) {
+    ToolResult run = RunNycert(args);
+    EXPECT_EQ(0, run.status);
+    EXPECT_EQ(0u, run.output.find("usage: nycert")) << args;
+  }
+}
+
+}  // namespace
+#endif  // NYCERT_TOOL_PATH

@@ -1,0 +1,41 @@
+// nycert: certificates and PKI objects from the command line.
+#include <cstdio>
+#include <cstring>
+
+#include "crl_db_command.h"
+#include "show_command.h"
+
+namespace {
+
+const char kUsage[] =
+    "usage: nycert COMMAND [ARGS...]\n"
+    "\n"
+    "Commands:\n"
+    "  show     print certificates and CRLs from DER or PEM files\n"
+    "  crl-db   list, print and clean the CRL cache's database\n"
+    "\n"
+    "Run 'nycert COMMAND --help' for a command's options.\n";
+
+struct Command {
+  const char* name;
+  int (*run)(int argc, char** argv);
+};
+
+const Command kCommands[] = {
+    {"show", ShowCommand},
+    {"crl-db", CrlDbCommand},
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2 || !std::strcmp(argv[1], "-h") || !std::strcmp(argv[1], "--help")) {
+    std::fputs(kUsage, argc < 2 ? stderr : stdout);
+    return argc < 2 ? 2 : 0;
+  }
+  for (const Command& command : kCommands) {
+    if (!std::strcmp(argv[1], command.name)) return command.run(argc - 2, argv + 2);
+  }
+  std::fprintf(stderr, "nycert: unknown command '%s'\n%s", argv[1], kUsage);
+  return 2;
+}

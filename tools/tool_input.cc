@@ -1,0 +1,63 @@
+#include "tool_input.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+#include "nycert/buffers/pem.h"
+
+namespace {
+
+bool ReadFile(const std::string& path, std::vector<unsigned char>& bytes, std::string& error) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    error = std::string("cannot open: ") + std::strerror(errno);
+    return false;
+  }
+  bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  if (in.bad()) {
+    error = "read error";
+    return false;
+  }
+  if (bytes.empty()) {
+    error = "empty file";
+    return false;
+  }
+  return true;
+}
+
+void ReadPemBlocks(const std::vector<unsigned char>& text, std::vector<ToolObject>& objects) {
+  const char* chars = reinterpret_cast<const char*>(text.data());
+  unsigned offset = 0;
+  obPemBlock block;
+  for (int rc; (rc = obPem_Next(chars, static_cast<unsigned>(text.size()), offset, block)) != 0;) {
+    ToolObject object;
+    object.label = block.label;
+    if (rc < 0)
+      object.error = "malformed PEM block" + (block.label.empty() ? std::string() : " \"" + block.label + "\"");
+    else
+      object.der.assign(block.der.Data(), block.der.Data() + block.der.Len());
+    objects.push_back(std::move(object));
+  }
+}
+
+}  // namespace
+
+bool ReadToolObjects(const std::string& path, std::vector<ToolObject>& objects, std::string& error) {
+  std::vector<unsigned char> bytes;
+  if (!ReadFile(path, bytes, error)) return false;
+  if (!obPem_IsPem(bytes.data(), static_cast<unsigned>(bytes.size()))) {
+    objects.push_back(ToolObject{"", std::move(bytes), ""});
+    return true;
+  }
+  ReadPemBlocks(bytes, objects);
+  if (objects.empty()) error = "no PEM block";
+  return !objects.empty();
+}
+
+bool ParseDetailOption(const std::string& text, obCertHerrorDetails& details) {
+  if (text.size() != 1 || text[0] < '1' || text[0] > '3') return false;
+  details = static_cast<obCertHerrorDetails>(text[0] - '0');
+  return true;
+}
