@@ -94,10 +94,10 @@ const char kServerExtensions[] =
 
 Bytes ServerCert() {
   static const Bytes der = [] {
-    CertSpec spec;
-    spec.subject = "/C=US/ST=California/L=San Francisco/O=Example Inc/CN=www.example.com";
-    spec.extensions = kServerExtensions;
-    return SharedPki().Issue("server", spec);
+    CertRequest request;
+    request.subject = "/C=US/ST=California/L=San Francisco/O=Example Inc/CN=www.example.com";
+    request.extensions = kServerExtensions;
+    return SharedPki().Issue("server", request);
   }();
   return der;
 }
@@ -115,13 +115,13 @@ TEST(CertDecode, OpensslCertificatesMatchOpensslsReading) {
                         Case{"sha384", 2048, "sha384", "0x80", "/C=DE/O=Example GmbH/CN=de.example"},
                         Case{"multi", 2048, "sha256", "0x0100", "/O=Example/OU=a+CN=b"}}) {
     SCOPED_TRACE(c.name);
-    CertSpec spec;
-    spec.keyBits = c.bits;
-    spec.digest = c.digest;
-    spec.serial = c.serial;
-    spec.subject = c.subject;
-    spec.extensions = "subjectKeyIdentifier=hash\n";
-    ExpectMatchesOpenssl(SharedPki().Issue(c.name, spec));
+    CertRequest request;
+    request.keyBits = c.bits;
+    request.digest = c.digest;
+    request.serial = c.serial;
+    request.subject = c.subject;
+    request.extensions = "subjectKeyIdentifier=hash\n";
+    ExpectMatchesOpenssl(SharedPki().Issue(c.name, request));
   }
   ExpectMatchesOpenssl(ServerCert());
   ExpectMatchesOpenssl(SharedPki().CaDer());
@@ -211,9 +211,9 @@ Bytes WithCriticalUnknown(const Bytes& base) {
 }
 
 TEST(CertDecode, NoKeyUsageAllowsEveryUsage) {
-  CertSpec spec;
-  spec.extensions = "subjectKeyIdentifier=hash\n";
-  CertPtr cert = Decode(SharedPki().Issue("no_ku", spec));
+  CertRequest request;
+  request.extensions = "subjectKeyIdentifier=hash\n";
+  CertPtr cert = Decode(SharedPki().Issue("no_ku", request));
   ASSERT_EQ(nullptr, cert->KeyUsage());
   for (int usage = obKU_digitalSignature; usage <= obKU_decipherOnly; ++usage)
     EXPECT_EQ(1, cert->HasKeyUsage(static_cast<obKeyUsageType>(usage)));

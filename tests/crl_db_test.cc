@@ -49,8 +49,8 @@ obGeneralName Uri(const std::string& text) {
 // Two CRLs of the shared PKI: an empty one and one of about 60 KB.
 const Bytes& CrlDer(int which) {
   static const Bytes crls[2] = {MakeCrl(SharedPki(), {}), [] {
-                                  std::vector<RevokedSpec> revoked;
-                                  for (int i = 1; i <= 2000; ++i) revoked.push_back(RevokedSpec{SerialOctets(i)});
+                                  std::vector<RevokedEntry> revoked;
+                                  for (int i = 1; i <= 2000; ++i) revoked.push_back(RevokedEntry{SerialOctets(i)});
                                   return MakeCrl(SharedPki(), revoked);
                                 }()};
   return crls[which];

@@ -87,14 +87,14 @@ Bytes HandCrl(const std::vector<Bytes>& serials, bool listPresent = true) {
   return Tlv(0x30, Cat({tbs, algorithm, Hex("03 02 00 00")}));
 }
 
-std::vector<RevokedSpec> Revoked(std::initializer_list<int64_t> serials) {
-  std::vector<RevokedSpec> out;
+std::vector<RevokedEntry> Revoked(std::initializer_list<int64_t> serials) {
+  std::vector<RevokedEntry> out;
   long when = kRevoked;
-  for (int64_t serial : serials) out.push_back(RevokedSpec{SerialOctets(serial), when += 60, -1});
+  for (int64_t serial : serials) out.push_back(RevokedEntry{SerialOctets(serial), when += 60, -1});
   return out;
 }
 
-CrlExtSpec Ext(const std::string& oid, bool critical, const Bytes& value) { return CrlExtSpec{oid, critical, value}; }
+CrlExtensionValue Ext(const std::string& oid, bool critical, const Bytes& value) { return CrlExtensionValue{oid, critical, value}; }
 
 // The value of an issuing distribution point made through the library.
 Bytes IdpValue(obCRL_contents kind, const char* uri) {
@@ -117,15 +117,15 @@ std::string PrintedCrl(const obCRL& crl, obCertHerrorDetails details) {
 class CrlCerts : public ::testing::Test {
  protected:
   static Bytes Issue(const std::string& name, const std::string& serial, const std::string& extensions = "") {
-    CertSpec spec;
-    spec.serial = serial;
-    spec.extensions = extensions;
-    return SharedPki().Issue(name, spec);
+    CertRequest request;
+    request.serial = serial;
+    request.extensions = extensions;
+    return SharedPki().Issue(name, request);
   }
 };
 
 TEST(CrlDecode, FieldsEntriesAndUpdateTimes) {
-  std::vector<RevokedSpec> revoked = Revoked({0x1001, 0x80, 0, -5, -129, 0x7FFFFFFF, INT32_MIN});
+  std::vector<RevokedEntry> revoked = Revoked({0x1001, 0x80, 0, -5, -129, 0x7FFFFFFF, INT32_MIN});
   revoked[0].reason = 1;
   Bytes der = MakeCrl(SharedPki(), revoked);
   DiagCapture diag;
@@ -255,7 +255,7 @@ TEST(CrlExtensions, HandlingOfCriticalAndUnknownExtensions) {
   const Bytes idpBadFlag = Hex("30 03 81 01 01");  // DER writes TRUE as FF
   struct Case {
     const char* name;
-    std::vector<CrlExtSpec> extensions;
+    std::vector<CrlExtensionValue> extensions;
     bool ok;
     const char* unhandled;  // dotted, or null
     const char* message;    // a diagnostic line expected, or null
@@ -324,7 +324,7 @@ TEST_F(CrlCerts, DistPointMatchesByKindIssuerAndNames) {
   CertPtr eeDp = Cert(Issue("dp_same", "0x2002", dp));
   CertPtr eeOtherDp = Cert(Issue("dp_other", "0x2003", "crlDistributionPoints=URI:http://other.example.com/x.crl\n"));
   CertPtr caCert = Cert(SharedPki().CaDer());
-  CertPtr foreign = Cert(Resign(SharedPki().Issue("dp_foreign", CertSpec()),
+  CertPtr foreign = Cert(Resign(SharedPki().Issue("dp_foreign", CertRequest()),
                                 [](obASN_Certificate& c) { c.tbsCertificate.issuer = c.tbsCertificate.subject; },
                                 SharedPki().CaKey()));
   const char* kUri = "http://crl.example.com/ca.crl";
@@ -362,7 +362,7 @@ TEST_F(CrlCerts, DistPointMatchesByKindIssuerAndNames) {
 }
 
 TEST(CrlPrint, DetailLevelsListsAndBufferHelpers) {
-  std::vector<RevokedSpec> revoked = Revoked({0x1001, -5});
+  std::vector<RevokedEntry> revoked = Revoked({0x1001, -5});
   CrlOptions options;
   options.extensions = {Ext("2.5.29.28", true, IdpValue(obCRL_ARL, "http://crl.example.com/ca.crl"))};
   Bytes der = MakeCrl(SharedPki(), revoked, options);
@@ -457,10 +457,10 @@ TEST(CrlOpenssl, ToolReadsOurCrlsAndWeReadTheTools) {
 // 100,000 entries, made once per process.
 const Bytes& LargeCrl() {
   static const Bytes der = [] {
-    std::vector<RevokedSpec> revoked;
+    std::vector<RevokedEntry> revoked;
     revoked.reserve(100000);
     for (int64_t i = 0; i < 100000; ++i)
-      revoked.push_back(RevokedSpec{SerialOctets(0x10000000 + i * 7), kRevoked + i, -1});
+      revoked.push_back(RevokedEntry{SerialOctets(0x10000000 + i * 7), kRevoked + i, -1});
     return MakeCrl(SharedPki(), revoked);
   }();
   return der;
@@ -486,7 +486,7 @@ TEST(CrlHostile, TruncatedAndFlippedInputNeverCrashes) {
   CrlOptions options;
   options.extensions = {Ext("2.5.29.28", true, IdpValue(obCRL_UserCerts, "http://crl.example.com/ca.crl")),
                         Ext("2.5.29.20", false, Hex("02 01 10"))};
-  std::vector<RevokedSpec> revoked = Revoked({0x1001, 0x123456789A, -5});
+  std::vector<RevokedEntry> revoked = Revoked({0x1001, 0x123456789A, -5});
   revoked[1].reason = 4;
   Bytes der = MakeCrl(SharedPki(), revoked, options);
   CertPtr ca = Cert(SharedPki().CaDer());

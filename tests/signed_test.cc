@@ -74,9 +74,9 @@ TEST(SignedVerify, AcceptsEveryDigestAndRejectsTampering) {
   for (DigestCase c : {DigestCase{"md5", ob_md_md5}, {"sha1", ob_md_sha1}, {"sha256", ob_md_sha256},
                        {"sha384", ob_md_sha384}, {"sha512", ob_md_sha512}}) {
     SCOPED_TRACE(c.name);
-    CertSpec spec;
-    spec.digest = c.name;
-    Bytes der = pki.Issue(std::string("vfy_") + c.name, spec);
+    CertRequest request;
+    request.digest = c.name;
+    Bytes der = pki.Issue(std::string("vfy_") + c.name, request);
     obSigned* good = NewSigned(der);
     EXPECT_EQ(obVfy_OK, good->VerifySig(pki.CaKey()));
     obFreeSigned(good);

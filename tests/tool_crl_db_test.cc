@@ -32,7 +32,7 @@ class ToolCrlDb : public ::testing::Test {
   // A database with good, expired, long-keyed, odd-keyed and damaged records.
   void SetUp() override {
     CrlDB::InitPath(dir_.path().c_str());
-    std::vector<RevokedSpec> revoked{RevokedSpec{SerialOctets(0x1001)}};
+    std::vector<RevokedEntry> revoked{RevokedEntry{SerialOctets(0x1001)}};
     Bytes der = MakeCrl(SharedPki(), revoked);
     obCRL* crl = new obCRL(der.data(), static_cast<unsigned>(der.size()));
     long now = static_cast<long>(std::time(nullptr));

@@ -14,9 +14,9 @@ class ToolShow : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     const TestPki& pki = SharedPki();
-    CertSpec spec;
-    spec.extensions = "subjectAltName=DNS:tool.example.com\n";
-    pki.Issue("tool_leaf", spec);
+    CertRequest request;
+    request.extensions = "subjectAltName=DNS:tool.example.com\n";
+    pki.Issue("tool_leaf", request);
     // Three certificates with openssl's text output around each one.
     ASSERT_TRUE(Openssl(pki.dir(), "x509 -in tool_leaf.pem -text -out tool_bundle.pem"));
     ASSERT_TRUE(Openssl(pki.dir(), "x509 -in ca.pem -text -out tool_ca.pem"));
@@ -73,8 +73,8 @@ TEST_F(ToolShow, FailsCleanlyOnBadFiles) {
 
 TEST_F(ToolShow, PrintsCrlsFromPemAndDer) {
   const TestPki& pki = SharedPki();
-  std::vector<RevokedSpec> revoked{RevokedSpec{SerialOctets(0x1001), 1700000000, 1},
-                                   RevokedSpec{SerialOctets(0x123456789A), 1700000060, -1}};
+  std::vector<RevokedEntry> revoked{RevokedEntry{SerialOctets(0x1001), 1700000000, 1},
+                                   RevokedEntry{SerialOctets(0x123456789A), 1700000060, -1}};
   WriteBytes(File("tool.crl"), MakeCrl(pki, revoked));
   ASSERT_TRUE(Openssl(pki.dir(), "crl -inform DER -in tool.crl -out tool_crl.pem"));
   Bytes mixed = ReadBytes(File("tool_ca.pem"));

@@ -34,16 +34,16 @@ TestPki::TestPki() : caKey_(CachedKey(2048)) {
   caKeyHandle_.reset(ImportPem(caKey_), [](obPubKey* key) { obFreePubKey(key); });
 }
 
-Bytes TestPki::Issue(const std::string& name, const CertSpec& spec) const {
-  std::string key = CachedKey(spec.keyBits);
+Bytes TestPki::Issue(const std::string& name, const CertRequest& request) const {
+  std::string key = CachedKey(request.keyBits);
   std::string extArgs;
-  if (!spec.extensions.empty()) {
-    WriteText(dir_.File(name + ".ext"), "[v3]\n" + spec.extensions + "\n");
+  if (!request.extensions.empty()) {
+    WriteText(dir_.File(name + ".ext"), "[v3]\n" + request.extensions + "\n");
     extArgs = " -extfile " + name + ".ext -extensions v3";
   }
-  EXPECT_TRUE(Openssl(dir(), "req -new -utf8 -key " + key + " -subj \"" + spec.subject + "\" -out " + name + ".csr"));
+  EXPECT_TRUE(Openssl(dir(), "req -new -utf8 -key " + key + " -subj \"" + request.subject + "\" -out " + name + ".csr"));
   EXPECT_TRUE(Openssl(dir(), "x509 -req -in " + name + ".csr -CA ca.pem -CAkey " + caKey_ + " -set_serial " +
-                                 spec.serial + " -days " + std::to_string(spec.days) + " -" + spec.digest + extArgs +
+                                 request.serial + " -days " + std::to_string(request.days) + " -" + request.digest + extArgs +
                                  " -out " + name + ".pem"));
   EXPECT_TRUE(Openssl(dir(), "x509 -in " + name + ".pem -outform DER -out " + name + ".der"));
   WriteBytes(dir_.File(name + ".key"), ReadBytes(key));
@@ -93,19 +93,19 @@ void SetExtension(obASN_Extension& ext, const std::string& oid, bool critical, c
   ext.extnValue.Set(value.data(), value.size());
 }
 
-void SetRevoked(obASN_TBSCertList_revokedCertificates_elem& entry, const RevokedSpec& spec) {
-  obAsnReadBuf serial(spec.serial.data(), spec.serial.size());
+void SetRevoked(obASN_TBSCertList_revokedCertificates_elem& entry, const RevokedEntry& request) {
+  obAsnReadBuf serial(request.serial.data(), request.serial.size());
   unsigned long consumed = 0;
-  EXPECT_EQ(1, entry.userCertificate.BDecContent(serial, 0, static_cast<obAsnLen>(spec.serial.size()), consumed));
-  SetTime(entry.revocationDate, spec.revoked);
-  if (spec.reason >= 0)
+  EXPECT_EQ(1, entry.userCertificate.BDecContent(serial, 0, static_cast<obAsnLen>(request.serial.size()), consumed));
+  SetTime(entry.revocationDate, request.revoked);
+  if (request.reason >= 0)
     SetExtension(entry.crlEntryExtensions.emplace().Append(), "2.5.29.21", false,
-                 Bytes{0x0A, 0x01, static_cast<unsigned char>(spec.reason)});
+                 Bytes{0x0A, 0x01, static_cast<unsigned char>(request.reason)});
 }
 
 }  // namespace
 
-Bytes MakeCrl(const TestPki& pki, const std::vector<RevokedSpec>& revoked, const CrlOptions& options) {
+Bytes MakeCrl(const TestPki& pki, const std::vector<RevokedEntry>& revoked, const CrlOptions& options) {
   obASN_Certificate ca;
   EXPECT_EQ(0, obAsnDecode(ca, pki.CaDer().data(), pki.CaDer().size()));
   obASN_CertificateList crl;
@@ -119,11 +119,11 @@ Bytes MakeCrl(const TestPki& pki, const std::vector<RevokedSpec>& revoked, const
   if (!revoked.empty()) {
     obASN_TBSCertList_revokedCertificates& list = tbs.revokedCertificates.emplace();
     list.items.reserve(revoked.size());
-    for (const RevokedSpec& spec : revoked) SetRevoked(list.Append(), spec);
+    for (const RevokedEntry& request : revoked) SetRevoked(list.Append(), request);
   }
   if (!options.extensions.empty()) {
     obASN_Extensions& extensions = tbs.crlExtensions.emplace();
-    for (const CrlExtSpec& ext : options.extensions)
+    for (const CrlExtensionValue& ext : options.extensions)
       SetExtension(extensions.Append(), ext.oid, ext.critical, ext.value);
   }
   Bytes signature = SignDer(tbs, pki.CaKey(), options.md);

@@ -20,7 +20,7 @@ class obPubKey;
 using Bytes = std::vector<unsigned char>;
 
 // What one issued certificate should carry.
-struct CertSpec {
+struct CertRequest {
   std::string subject = "/C=US/O=Example Inc/CN=www.example.com";
   std::string extensions;  // lines of an openssl extension section, or empty
   std::string digest = "sha256";
@@ -41,9 +41,9 @@ class TestPki {
   // The CA's key as a handle (private, so it signs and verifies); owned here.
   obPubKey* CaKey() const { return caKeyHandle_.get(); }
 
-  // A certificate the CA issues for spec, as DER; its PEM is left in
+  // A certificate the CA issues for request, as DER; its PEM is left in
   // dir()/<name>.pem and the subject key in dir()/<name>.key.
-  Bytes Issue(const std::string& name, const CertSpec& spec) const;
+  Bytes Issue(const std::string& name, const CertRequest& request) const;
   // What `openssl x509 <args>` prints for the DER certificate.
   std::string X509Output(const Bytes& der, const std::string& args) const;
 
@@ -62,14 +62,14 @@ Bytes Resign(const Bytes& der, const std::function<void(obASN_Certificate&)>& ed
 Bytes SignDer(const obAsnType& tbs, obPubKey* key, ob_md_type md);
 
 // One revoked certificate of a CRL.
-struct RevokedSpec {
+struct RevokedEntry {
   Bytes serial;               // the INTEGER content octets, as DER writes them
   long revoked = 1700000000;  // revocation date, seconds since 1970
   int reason = -1;            // a CRLReason entry extension, or -1 for none
 };
 
 // One CRL extension: its dotted OID, criticality and DER value.
-struct CrlExtSpec {
+struct CrlExtensionValue {
   std::string oid;
   bool critical = false;
   Bytes value;
@@ -78,14 +78,14 @@ struct CrlExtSpec {
 struct CrlOptions {
   long thisUpdate = 1700000000;
   long nextUpdate = 1700000000 + 7 * 86400;  // 0: none
-  std::vector<CrlExtSpec> extensions;
+  std::vector<CrlExtensionValue> extensions;
   ob_md_type md = ob_md_sha256;
 };
 
 // A v2 CRL of the PKI's CA listing revoked, made with the generated codecs
 // and signed with the CA key. Serials of more than four octets must be
 // positive (the codec writes large integers as magnitudes).
-Bytes MakeCrl(const TestPki& pki, const std::vector<RevokedSpec>& revoked, const CrlOptions& options = {});
+Bytes MakeCrl(const TestPki& pki, const std::vector<RevokedEntry>& revoked, const CrlOptions& options = {});
 // The shortest two's-complement octets of v.
 Bytes SerialOctets(int64_t v);
 
