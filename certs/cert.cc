@@ -71,11 +71,8 @@ obCert::~obCert() = default;
 
 void obCert::Decode() {
   obDerSpan der{imp_->buf, imp_->bufLen};
-  obDerReader whole(der);
-  obDerElement first;
-  if (whole.Next(first) && !whole.AtEnd()) OB_HERROR("obASN_DecodeBuf not all the buffer was decoded");
   obCertFields& f = imp_->fields;
-  if (!obParseCertFields(der, f) || !BuildValues(*imp_)) return SetError("Error Decoding");
+  if (!obParseCertFields(der, f) || !BuildValues(*imp_)) return SetDecodeError();
   if (f.validityCount < 2) return SetError("No validity period");
   if (!IsRsaKeyAlgorithm(f.keyAlgorithm))
     return SetError(IsDsaKeyAlgorithm(f.keyAlgorithm) ? "DSA key not supported" : "Not RSA key");

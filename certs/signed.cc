@@ -53,6 +53,13 @@ int obSigned::DecodeBuf(obAsnType& t) {
   return 0;
 }
 
+void obSigned::SetDecodeError() {
+  obDerReader whole(imp_->buf, imp_->bufLen);
+  obDerElement first;
+  if (whole.Next(first) && !whole.AtEnd()) OB_HERROR("obASN_DecodeBuf not all the buffer was decoded");
+  SetError("Error Decoding");
+}
+
 void obSigned::SetUnhandledExt(const obAsnOid* oid) {
   delete imp_->unhandledCritExt;
   imp_->unhandledCritExt = oid ? oid->Copy() : nullptr;

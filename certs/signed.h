@@ -61,6 +61,9 @@ class obSigned : public obPKobj {
   explicit obSigned(obSigned_imp* imp) : obPKobj(imp), imp_(imp) {}
   // DER-decodes the kept buffer into t, all of it: 0, or -1 ("Error Decoding").
   int DecodeBuf(obAsnType& t);
+  // Records the error "Error Decoding", first reporting octets left after
+  // the outer element when there are any.
+  void SetDecodeError();
   // Records a copy of oid; null clears the record.
   void SetUnhandledExt(const obAsnOid* oid);
 

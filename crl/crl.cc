@@ -95,11 +95,8 @@ obCRL::~obCRL() = default;
 
 void obCRL::Decode() {
   obDerSpan der{imp_->buf, imp_->bufLen};
-  obDerReader whole(der);
-  obDerElement first;
-  if (whole.Next(first) && !whole.AtEnd()) OB_HERROR("obASN_DecodeBuf not all the buffer was decoded");
   obCrlFields& f = imp_->fields;
-  if (!obParseCrlFields(der, f) || !BuildTable(*imp_) || !BuildValues(*imp_)) return SetError("Error Decoding");
+  if (!obParseCrlFields(der, f) || !BuildTable(*imp_) || !BuildValues(*imp_)) return SetDecodeError();
   if (!f.hasExtensions) return;
   obAsnOid unhandled;
   int rc = imp_->extensions.Process(f.extensions, obCRLExtHandlers(), unhandled);
