@@ -7,6 +7,19 @@ function(nycert_set_warnings target)
   endif()
 endfunction()
 
+# The fuzzing build (clang): library code gets coverage instrumentation, the
+# fuzz targets link against libFuzzer, and everything runs under the
+# AddressSanitizer and UndefinedBehaviorSanitizer.
+option(NYCERT_FUZZ "Build the fuzz targets for libFuzzer, with sanitizers (clang only)" OFF)
+if(NYCERT_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "NYCERT_FUZZ needs clang: configure with CXX=clang++")
+  endif()
+  set(NYCERT_SANITIZE ON)
+  set(NYCERT_BUILD_FUZZ ON)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 if(NYCERT_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined -fno-sanitize-recover=all)
@@ -22,9 +35,3 @@ if(NYCERT_TSAN)
   add_link_options(-fsanitize=thread)
 endif()
 
-# The fuzzing build (clang): library code gets coverage instrumentation and
-# the fuzz targets link against libFuzzer.
-option(NYCERT_LIBFUZZER "Link the fuzz targets with libFuzzer (clang only)" OFF)
-if(NYCERT_LIBFUZZER)
-  add_compile_options(-fsanitize=fuzzer-no-link)
-endif()

@@ -40,3 +40,12 @@ nycert_build() {
   cmake -S "$nycert_root" -B "$nycert_root/$dir" -G Ninja "$@" >/dev/null
   cmake --build "$nycert_root/$dir"
 }
+
+# The libFuzzer build (clang, with sanitizers) that test.sh replays the
+# corpora in and fuzz.sh runs campaigns in.
+nycert_fuzz_packages=("clang:/usr/bin/clang++"
+  "libclang-rt-dev:/usr/lib/llvm-14/lib/clang/14.0.6/lib/linux/libclang_rt.fuzzer-x86_64.a")
+nycert_build_fuzz() {
+  CXX=clang++ nycert_build build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DNYCERT_FUZZ=ON \
+    -DNYCERT_BUILD_TESTS=OFF -DNYCERT_BUILD_BENCH=OFF -DNYCERT_BUILD_EXAMPLES=OFF -DNYCERT_BUILD_TOOLS=OFF
+}

@@ -5,7 +5,7 @@
 # replaying their seed corpora.
 set -euo pipefail
 source "$(dirname "$0")/setup.sh"
-nycert_setup "clang:/usr/bin/clang++" "libclang-rt-dev:/usr/lib/llvm-14/lib/clang/14.0.6/lib/linux/libclang_rt.fuzzer-x86_64.a"
+nycert_setup "${nycert_fuzz_packages[@]}"
 cd "$nycert_root"
 jobs=$(nproc)
 
@@ -25,7 +25,6 @@ TSAN_OPTIONS=halt_on_error=1 ctest --test-dir build/tsan --output-on-failure -j 
 
 if command -v clang++ >/dev/null; then
   echo "== libFuzzer build, seed corpora"
-  CXX=clang++ nycert_build build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DNYCERT_SANITIZE=ON -DNYCERT_LIBFUZZER=ON \
-    -DNYCERT_BUILD_TESTS=OFF -DNYCERT_BUILD_BENCH=OFF -DNYCERT_BUILD_EXAMPLES=OFF
+  nycert_build_fuzz
   ctest --test-dir build/fuzz --output-on-failure -R '^fuzz\.'
 fi
