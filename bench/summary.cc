@@ -1,0 +1,116 @@
+#include "nycert/bench/summary.h"
+
+#include <iomanip>
+#include <map>
+#include <sstream>
+
+namespace {
+
+using Run = benchmark::BenchmarkReporter::Run;
+
+// A benchmark's single run, or the median of its repetitions.
+bool Representative(const Run& run) {
+  if (run.error_occurred) return false;
+  if (run.run_type == Run::RT_Aggregate) return run.aggregate_name == "median";
+  return run.repetitions <= 1;
+}
+
+double CounterOr(const Run& run, const char* name, double fallback) {
+  auto it = run.counters.find(name);
+  return it == run.counters.end() ? fallback : it->second.value;
+}
+
+BenchFigures FiguresOf(const Run& run) {
+  static const double kNanosPerUnit[] = {1, 1e3, 1e6, 1e9};  // benchmark::TimeUnit order
+  BenchFigures f;
+  f.name = run.run_name.function_name;
+  f.nanos = run.GetAdjustedCPUTime() * kNanosPerUnit[run.time_unit];
+  f.allocs = CounterOr(run, "allocs", -1);
+  f.bytes = CounterOr(run, "bytes", -1);
+  return f;
+}
+
+// value printed as with %g (style {}), %f or %e at that precision.
+std::string Number(double value, std::ios_base::fmtflags style, int precision) {
+  std::ostringstream text;
+  text.setf(style, std::ios_base::floatfield);
+  text << std::setprecision(precision) << value;
+  return text.str();
+}
+
+// Three significant figures in the unit that keeps the number under 1000.
+std::string Time(double nanos) {
+  static const char* const kUnits[] = {"ns", "us", "ms", "s"};
+  size_t unit = 0;
+  while (unit + 1 < sizeof kUnits / sizeof kUnits[0] && nanos >= 999.5) {
+    nanos /= 1000;
+    ++unit;
+  }
+  return Number(nanos, {}, 3) + " " + kUnits[unit];
+}
+
+// Counts per item: whole from 100 on, three significant figures below, and
+// the rare tiny fraction (a few allocations over a whole CRL) in exponent form.
+std::string Amount(double value) {
+  if (value >= 100) return Number(value, std::ios_base::fixed, 0);
+  if (value >= 0.01 || value == 0) return Number(value, {}, 3);
+  return Number(value, std::ios_base::scientific, 1);
+}
+
+std::string Ratio(double ratio) { return Number(ratio, std::ios_base::fixed, ratio >= 9.95 ? 0 : 1) + "x"; }
+
+std::string Allocations(const BenchFigures* f) {
+  if (!f || f->allocs < 0) return "";
+  return Amount(f->allocs) + " / " + Amount(f->bytes);
+}
+
+// One table row: an operation with its nycert and OpenSSL figures, either
+// of them possibly missing.
+struct Row {
+  std::string operation;
+  const BenchFigures* nycert = nullptr;
+  const BenchFigures* openssl = nullptr;
+};
+
+// "<op>/nycert" and "<op>/openssl" share the row "<op>"; any other name has
+// a row of its own, in the nycert column.
+std::vector<Row> PairUp(const std::vector<BenchFigures>& figures) {
+  std::vector<Row> rows;
+  std::map<std::string, size_t> rowOf;
+  for (const BenchFigures& f : figures) {
+    size_t slash = f.name.rfind('/');
+    std::string variant = slash == std::string::npos ? "" : f.name.substr(slash + 1);
+    bool paired = variant == "nycert" || variant == "openssl";
+    std::string operation = paired ? f.name.substr(0, slash) : f.name;
+    auto found = rowOf.emplace(operation, rows.size());
+    if (found.second) rows.push_back({operation});
+    Row& row = rows[found.first->second];
+    (variant == "openssl" ? row.openssl : row.nycert) = &f;
+  }
+  return rows;
+}
+
+}  // namespace
+
+bool SummaryReporter::ReportContext(const Context& context) { return display_->ReportContext(context); }
+
+void SummaryReporter::ReportRuns(const std::vector<Run>& runs) {
+  display_->ReportRuns(runs);
+  for (const Run& run : runs)
+    if (Representative(run)) figures_.push_back(FiguresOf(run));
+}
+
+void SummaryReporter::Finalize() { display_->Finalize(); }
+
+void PrintSummaryTable(std::ostream& out, const std::vector<BenchFigures>& figures) {
+  out << "| operation | nycert | OpenSSL | OpenSSL / nycert | nycert allocs / bytes | OpenSSL allocs / bytes |\n"
+      << "|---|--:|--:|--:|--:|--:|\n";
+  for (const Row& row : PairUp(figures)) {
+    out << "| " << row.operation << " | " << (row.nycert ? Time(row.nycert->nanos) : "") << " | "
+        << (row.openssl ? Time(row.openssl->nanos) : "") << " | "
+        << (row.nycert && row.openssl ? Ratio(row.openssl->nanos / row.nycert->nanos) : "") << " | "
+        << Allocations(row.nycert) << " | " << Allocations(row.openssl) << " |\n";
+  }
+  out << "\nTimes are CPU time per operation; allocations and bytes are per item processed "
+         "(per entry for CRLs).\n";
+}
