@@ -17,12 +17,7 @@
 #include "nycert/keys/rsa_import.h"
 #include "nycert/names/obdn.h"
 
-obCert_imp::~obCert_imp() {
-  obFreePubKey(pubKey.load());
-  delete serial;
-  delete issuer;
-  delete subject;
-}
+obCert_imp::~obCert_imp() { obFreePubKey(pubKey.load()); }
 
 namespace {
 
@@ -36,11 +31,8 @@ bool IsRsaKeyAlgorithm(obDerSpan oid) {
 
 bool IsDsaKeyAlgorithm(obDerSpan oid) { return OidIs(oid, obASN_id_dsa_with_sha1) || OidIs(oid, obASN_id_dsa); }
 
-obDN* DecodeName(obDerSpan der) {
-  obDN* name = new obDN;
-  if (name->Decode(der.data, static_cast<int>(der.size)) == 0) return name;
-  delete name;
-  return nullptr;
+obDN* DecodeName(obDerSpan der, obDN& name) {
+  return name.Decode(der.data, static_cast<int>(der.size)) == 0 ? &name : nullptr;
 }
 
 // The values decoding builds beyond the located fields: false when one of
@@ -48,12 +40,13 @@ obDN* DecodeName(obDerSpan der) {
 bool BuildValues(obCert_imp& c) {
   const obCertFields& f = c.fields;
   c.version = static_cast<int>(f.version) + 1;
-  c.serial = new obAsnInt;
   obAsnReadBuf serial(f.serial.data, f.serial.size);
   unsigned long consumed = 0;
-  if (c.serial->BDecContent(serial, kDerInteger, static_cast<obAsnLen>(f.serial.size), consumed) < 0) return false;
-  c.issuer = DecodeName(f.issuer);
-  c.subject = DecodeName(f.subject);
+  if (c.serialValue.BDecContent(serial, kDerInteger, static_cast<obAsnLen>(f.serial.size), consumed) < 0)
+    return false;
+  c.serial = &c.serialValue;
+  c.issuer = DecodeName(f.issuer, c.issuerName);
+  c.subject = DecodeName(f.subject, c.subjectName);
   if (!c.issuer || !c.subject) return false;
   return f.validityCount < 2 ||
          (obParseTimeElement(f.validity[0], c.notBefore) && obParseTimeElement(f.validity[1], c.notAfter));

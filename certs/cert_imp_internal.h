@@ -4,12 +4,12 @@
 
 #include <atomic>
 
+#include "nycert/asn1/runtime/asn_int.h"
 #include "nycert/certs/cert_fields_internal.h"
 #include "nycert/certs/extensions_list.h"
 #include "nycert/certs/signed.h"
+#include "nycert/names/obdn.h"
 
-class obAsnInt;
-class obDN;
 class obPubKey;
 
 class obCert_imp : public obSigned_imp {
@@ -21,6 +21,11 @@ class obCert_imp : public obSigned_imp {
   // first one published.
   std::atomic<obPubKey*> pubKey{nullptr};
   int version = 1;
+  // The values live here to save allocations; the pointers are set once
+  // each has decoded.
+  obAsnInt serialValue;
+  obDN issuerName;
+  obDN subjectName;
   obAsnInt* serial = nullptr;
   obDN* issuer = nullptr;
   obDN* subject = nullptr;

@@ -1,5 +1,8 @@
 #include "nycert/asn1/runtime/asn_unicode.h"
 
+#include <cstdint>
+#include <cstring>
+
 #include "nycert/buffers/diag.h"
 
 namespace {
@@ -17,6 +20,18 @@ int FollowCount(unsigned char lead) {
   if ((lead & 0xF0) == 0xE0) return 2;
   if ((lead & 0xF8) == 0xF0) return 3;
   return -1;
+}
+
+// The number of leading ASCII octets, counted a word at a time: names and
+// host names are mostly ASCII and need no decoding.
+unsigned long AsciiPrefix(const unsigned char* p, unsigned long n) {
+  constexpr uint64_t kHighBits = 0x8080808080808080u;
+  unsigned long i = 0;
+  for (uint64_t word; i + sizeof word <= n; i += sizeof word) {
+    std::memcpy(&word, p + i, sizeof word);
+    if (word & kHighBits) break;
+  }
+  return i;
 }
 
 // Decodes the character at p[*i] and advances *i past it; false when the
@@ -52,8 +67,12 @@ void AppendUtf8(std::string& out, unsigned long c) {
 
 int obAsnUtf8Valid(const unsigned char* p, unsigned long n) {
   unsigned long cp;
-  for (unsigned long i = 0; i < n;) {
-    if (!NextUtf8(p, n, &i, &cp)) return 0;
+  for (unsigned long i = AsciiPrefix(p, n); i < n;) {
+    if (p[i] < 0x80) {
+      ++i;
+    } else if (!NextUtf8(p, n, &i, &cp)) {
+      return 0;
+    }
   }
   return 1;
 }
