@@ -45,15 +45,22 @@ bool ReadEntries(obDerSpan revoked, std::vector<obCRLEntry>& entries) {
   return true;
 }
 
+// Each serial is hashed once, kPrefetchAhead entries before its insert,
+// and its code kept in a ring until then.
 bool InsertEntries(HashTable* table, std::vector<obCRLEntry>& entries) {
+  uint32_t codes[kPrefetchAhead];
   size_t n = entries.size();
-  for (size_t i = 0; i < n; ++i) {
-    if (i + kPrefetchAhead < n) {
-      obDerSpan ahead = obSerialKey(entries[i + kPrefetchAhead].Serial());
-      hash_prefetch(table, ahead.data, ahead.size);
-    }
+  auto start = [&](size_t i) {
     obDerSpan key = obSerialKey(entries[i].Serial());
-    if (hash_insert(table, key.data, key.size, &entries[i]) < 0) return false;
+    codes[i % kPrefetchAhead] = hash_code(table, key.data, key.size);
+    hash_prefetch_code(table, codes[i % kPrefetchAhead]);
+  };
+  for (size_t i = 0; i < n && i < kPrefetchAhead; ++i) start(i);
+  for (size_t i = 0; i < n; ++i) {
+    uint32_t code = codes[i % kPrefetchAhead];
+    if (i + kPrefetchAhead < n) start(i + kPrefetchAhead);
+    obDerSpan key = obSerialKey(entries[i].Serial());
+    if (hash_insert_code(table, key.data, key.size, code, &entries[i]) < 0) return false;
   }
   return true;
 }

@@ -266,8 +266,13 @@ HashTable* hash_create_with_destr(size_t expected, hash_destr_fn destr, int flag
 }
 
 int hash_insert(HashTable* table, const void* key, size_t len, void* value) {
+  return hash_insert_code(table, key, len, hash_code(table, key, len), value);
+}
+
+int hash_insert_code(HashTable* table, const void* key, size_t len, uint32_t code, void* value) {
   if (!table || (!key && len > 0) || Reserve(table) != 0) return -1;
-  uint32_t hash = HashOf(table, key, len);
+  // A keyed table hashes again: the code may predate its switch to the keyed hash.
+  uint32_t hash = table->keyed ? HashOf(table, key, len) : code;
   unsigned probes;
   Slot& slot = table->slots[FindSlot(table, hash, key, len, &probes)];
   if (slot.index != 0) {
@@ -293,9 +298,12 @@ void* hash_lookup(const HashTable* table, const void* key, size_t len) {
   return slot.index != 0 ? table->entries[slot.index - 1].value : nullptr;
 }
 
-void hash_prefetch(const HashTable* table, const void* key, size_t len) {
-  if (!table || (!key && len > 0)) return;
-  __builtin_prefetch(&table->slots[HashOf(table, key, len) & table->mask], 1);
+uint32_t hash_code(const HashTable* table, const void* key, size_t len) {
+  return table && (key || len == 0) ? HashOf(table, key, len) : 0;
+}
+
+void hash_prefetch_code(const HashTable* table, uint32_t code) {
+  if (table) __builtin_prefetch(&table->slots[code & table->mask], 1);
 }
 
 void hash_destroy(HashTable* table) {

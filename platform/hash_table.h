@@ -17,6 +17,7 @@
 #define NYCERT_PLATFORM_HASH_TABLE_H_
 
 #include <cstddef>
+#include <cstdint>
 
 struct HashTable;
 
@@ -45,11 +46,15 @@ int hash_insert(HashTable* table, const void* key, size_t len, void* value);
 // value looks the same).
 void* hash_lookup(const HashTable* table, const void* key, size_t len);
 
-// A hint that the key is about to be inserted or looked up: starts loading
-// the slot its search begins at. Bulk loaders call it a few keys ahead so
-// that the cache misses of consecutive inserts overlap. A null table or key
-// is ignored.
-void hash_prefetch(const HashTable* table, const void* key, size_t len);
+// Bulk loading, each key hashed once: hash_code gives the code a key is
+// filed under (0 for a null table or key), hash_prefetch_code starts loading
+// the slot its search begins at, and hash_insert_code inserts like
+// hash_insert. Loaders prefetch a few keys ahead so that the cache misses of
+// consecutive inserts overlap. A code stays good for later inserts: should
+// the table change how it hashes in between, the insert hashes the key again.
+uint32_t hash_code(const HashTable* table, const void* key, size_t len);
+void hash_prefetch_code(const HashTable* table, uint32_t code);
+int hash_insert_code(HashTable* table, const void* key, size_t len, uint32_t code, void* value);
 
 // Hands every non-null value to destr, then frees the table. Null is ignored.
 void hash_destroy(HashTable* table);

@@ -70,7 +70,8 @@ TEST(HashTableBasics, InsertLookupReplaceAndOrderInEveryMode) {
   EXPECT_EQ(hash_lookup(nullptr, "a", 1), nullptr);
   EXPECT_EQ(hash_count(nullptr), 0u);
   EXPECT_EQ(hash_probes(nullptr, "a", 1), 0u);
-  hash_prefetch(nullptr, "a", 1);
+  hash_prefetch_code(nullptr, 0);
+  EXPECT_EQ(hash_code(nullptr, "a", 1), 0u);
   hash_destroy(nullptr);
   HashTable* t = hash_create_with_destr(4, nullptr);
   EXPECT_EQ(hash_insert(t, nullptr, 3, Val(1)), -1);
@@ -130,9 +131,12 @@ TEST(HashTableHostileKeys, EmptyLongAndPrefixSharingKeysStayDistinct) {
 
 // Keys picked, with the probe count as oracle, to pile into one run of slots
 // (what an attacker who could see the hash would do) make the table re-hash
-// itself with the keyed hash; every key stays reachable.
+// itself with the keyed hash; every key stays reachable, also one inserted
+// with a code taken before the switch.
 TEST(HashTableHostileKeys, ClusteredKeysSwitchTheTableToTheKeyedHash) {
   HashTable* t = hash_create_with_destr(100, nullptr);
+  const std::string late = "inserted-after-the-switch";
+  const uint32_t lateCode = hash_code(t, late.data(), late.size());
   HashStats stats;
   hash_stats(t, &stats);
   ASSERT_EQ(stats.capacity, 256u);
@@ -151,6 +155,8 @@ TEST(HashTableHostileKeys, ClusteredKeysSwitchTheTableToTheKeyedHash) {
   EXPECT_EQ(keys.size(), 65u);
   EXPECT_LT(stats.mean_probes, 3.0);
   for (const std::string& key : keys) EXPECT_EQ(Lookup(t, key), Val(std::stoi(key.substr(6)) + 1));
+  ASSERT_EQ(hash_insert_code(t, late.data(), late.size(), lateCode, Val(7)), 0);
+  EXPECT_EQ(Lookup(t, late), Val(7));
   hash_destroy(t);
 }
 
