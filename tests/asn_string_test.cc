@@ -154,6 +154,19 @@ TEST(ObAsnUnicodeConv, Utf8Validation) {
         "F0 80 80 80", "F0 8F BF BF", "F4 90 80 80", "F5 80 80 80", "F8 88 80 80 80", "FE", "FF", "41 E2 82"}) {
     EXPECT_EQ(obAsnUtf8Valid(Hex(hex).data(), Hex(hex).size()), 0) << hex;
   }
+  // Long ASCII runs are skipped a word at a time: a sequence at any offset
+  // within or after them is still checked, a truncated one at the very end too.
+  auto valid = [](const std::string& text) {
+    return obAsnUtf8Valid(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+  };
+  for (size_t at = 0; at <= 20; ++at) {
+    const std::string text = std::string(at, 'a') + "\xE2\x82\xAC" + std::string(20 - at, 'a');
+    EXPECT_EQ(valid(text), 1) << at;
+    std::string broken = text;
+    broken[at + 1] = 'A';
+    EXPECT_EQ(valid(broken), 0) << at;
+    EXPECT_EQ(valid(text.substr(0, at + 2)), 0) << at;
+  }
 }
 
 TEST(ObAsnUnicodeConv, BmpAndUniversalToAndFromUtf8) {
