@@ -6,6 +6,7 @@
 #include "nycert/asn1/modules/pkcs8.h"
 #include "nycert/asn1/runtime/asn_bufset.h"
 #include "nycert/asn1/runtime/asn_null.h"
+#include "nycert/asn1/runtime/der_reader.h"
 #include "nycert/buffers/diag.h"
 
 namespace {
@@ -36,6 +37,20 @@ int IntMagnitude(const obAsnInt& value, nyBinBuf& out) {
   }
   if (n == 0) return -1;
   out.Set(p, static_cast<unsigned>(n));
+  return 0;
+}
+
+// An encoded RSAPublicKey to its modulus and exponent: 0, or -1 (reported).
+int RsaPkParts(const unsigned char* der, unsigned long len, nyBinBuf& modulus, nyBinBuf& exponent) {
+  obASN_RSAPublicKey key;
+  if (obAsnDecode(key, der, len) < 0) {
+    OB_HERROR("obPKCS1toRsaPk decoding rsa failed");
+    return -1;
+  }
+  if (IntMagnitude(key.modulus, modulus) < 0 || IntMagnitude(key.publicExponent, exponent) < 0) {
+    OB_HERROR("obPKCS1toRsaPk failed to convert rsa to buffer");
+    return -1;
+  }
   return 0;
 }
 
@@ -94,16 +109,11 @@ int obRsaPk2PkInfo(const unsigned char* modulus, int modulusLen, const unsigned 
 }
 
 int obPKCS1toRsaPk(const nyBinBuf& pkcs1, nyBinBuf& modulus, nyBinBuf& exponent) {
-  obASN_RSAPublicKey key;
-  if (pkcs1.IsEmpty() || obAsnDecode(key, pkcs1.Data(), pkcs1.Len()) < 0) {
+  if (pkcs1.IsEmpty()) {
     OB_HERROR("obPKCS1toRsaPk decoding rsa failed");
     return -1;
   }
-  if (IntMagnitude(key.modulus, modulus) < 0 || IntMagnitude(key.publicExponent, exponent) < 0) {
-    OB_HERROR("obPKCS1toRsaPk failed to convert rsa to buffer");
-    return -1;
-  }
-  return 0;
+  return RsaPkParts(pkcs1.Data(), pkcs1.Len(), modulus, exponent);
 }
 
 int obPkInfo2RsaPk(const nyBinBuf& pkInfo, nyBinBuf& modulus, nyBinBuf& exponent) {
@@ -117,8 +127,20 @@ int obPkInfo2RsaPk(const nyBinBuf& pkInfo, nyBinBuf& modulus, nyBinBuf& exponent
     OB_HERROR("obPkInfo2RsaPk wrong algorithm");
     return -1;
   }
-  nyBinBuf pkcs1(info.subjectPublicKey.Octets(), static_cast<unsigned>(info.subjectPublicKey.OctetLen()));
-  return obPKCS1toRsaPk(pkcs1, modulus, exponent);
+  return RsaPkParts(info.subjectPublicKey.Octets(), info.subjectPublicKey.OctetLen(), modulus, exponent);
+}
+
+// RSAPublicKey ::= SEQUENCE { modulus INTEGER, ... }
+// SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, ... }
+int obPublicDer2RsaPk(const unsigned char* der, size_t len, nyBinBuf& modulus, nyBinBuf& exponent) {
+  obDerReader outer(der, len);
+  obDerSpan fields;
+  if (!der || !outer.Read(kDerSequence, fields)) {
+    OB_HERROR("obPublicDer2RsaPk: not a public key");
+    return -1;
+  }
+  if (obDerReader(fields).PeekTag() == kDerInteger) return RsaPkParts(der, len, modulus, exponent);
+  return obPkInfo2RsaPk(nyBinBuf(der, static_cast<unsigned>(len)), modulus, exponent);
 }
 
 int obPKCS8fromPKCS1(const nyBinBuf& pkcs1, nyBinBuf& out) {

@@ -39,4 +39,8 @@ int obPKCS1toRsaPk(const nyBinBuf& pkcs1, nyBinBuf& modulus, nyBinBuf& exponent)
 // are refused: 0, or -1.
 int obPkInfo2RsaPk(const nyBinBuf& pkInfo, nyBinBuf& modulus, nyBinBuf& exponent);
 
+// An RSAPublicKey or an RSA SubjectPublicKeyInfo, told apart by their first
+// field, to its modulus and exponent: 0, or -1.
+int obPublicDer2RsaPk(const unsigned char* der, size_t len, nyBinBuf& modulus, nyBinBuf& exponent);
+
 #endif  // NYCERT_KEYS_RSA_KEY_FORMATS_H_
