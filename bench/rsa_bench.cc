@@ -17,6 +17,7 @@ struct Fixture {
   obPubKey* key = nullptr;
   std::vector<unsigned char> message = std::vector<unsigned char>(1024, 0x5A);
   std::vector<unsigned char> signature;
+  std::vector<unsigned char> spki;
 
   Fixture() {
     pkey = EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", static_cast<size_t>(2048));
@@ -24,6 +25,10 @@ struct Fixture {
     int len = i2d_PrivateKey(pkey, &der);
     key = obImportRSAKey(obPK_Format_PrivateDER, der, len);
     OPENSSL_free(der);
+    unsigned char* pub = nullptr;
+    int pubLen = i2d_PUBKEY(pkey, &pub);
+    spki.assign(pub, pub + pubLen);
+    OPENSSL_free(pub);
     signature.resize(256);
     size_t sigLen = signature.size();
     EVP_MD_CTX* md = EVP_MD_CTX_new();
@@ -36,6 +41,26 @@ struct Fixture {
 Fixture& Shared() {
   static Fixture fixture;
   return fixture;
+}
+
+// Making a public key from its SubjectPublicKeyInfo DER.
+void BM_NycertImportPublic(benchmark::State& state) {
+  const std::vector<unsigned char>& spki = Shared().spki;
+  for (auto _ : state) {
+    obPubKey* key = obImportRSAKey(obPK_Format_PublicDER, spki.data(), static_cast<int>(spki.size()));
+    if (!key) state.SkipWithError("nycert import failed");
+    obFreePubKey(key);
+  }
+}
+
+void BM_OpenSslImportPublic(benchmark::State& state) {
+  const std::vector<unsigned char>& spki = Shared().spki;
+  for (auto _ : state) {
+    const unsigned char* p = spki.data();
+    EVP_PKEY* key = d2i_PUBKEY(nullptr, &p, static_cast<long>(spki.size()));
+    if (!key) state.SkipWithError("openssl import failed");
+    EVP_PKEY_free(key);
+  }
 }
 
 void BM_NycertSign(benchmark::State& state) {
@@ -86,6 +111,8 @@ void BM_OpenSslVerify(benchmark::State& state) {
 
 const bool kRegistered = [] {
   using benchmark::RegisterBenchmark;
+  RegisterBenchmark("rsa/import_public2048/nycert", BM_NycertImportPublic);
+  RegisterBenchmark("rsa/import_public2048/openssl", BM_OpenSslImportPublic);
   RegisterBenchmark("rsa/sign2048/nycert", BM_NycertSign);
   RegisterBenchmark("rsa/sign2048/openssl", BM_OpenSslSign);
   RegisterBenchmark("rsa/verify2048/nycert", BM_NycertVerify);
