@@ -1,4 +1,4 @@
-# Sourced by demo.sh and test.sh: makes sure the build tools and libraries are
+# Sourced by the scripts in this folder: makes sure the build tools and libraries are
 # present, installing missing Debian packages with apt-get when run as root.
 
 nycert_root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
