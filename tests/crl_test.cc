@@ -24,87 +24,64 @@
 
 namespace {
 
-struct FreeSigned {
-  void operator()(obSigned* obj) const { obFreeSigned(obj); }
-};
-using CrlPtr = std::unique_ptr<obCRL, FreeSigned>;
-using CertPtr = std::unique_ptr<obCert, FreeSigned>;
-
-CrlPtr Crl(const Bytes& der) { return CrlPtr(new obCRL(der.data(), static_cast<unsigned>(der.size()))); }
-CertPtr Cert(const Bytes& der) { return CertPtr(new obCert(der.data(), static_cast<unsigned>(der.size()))); }
-
-// The protected table and entry look-ups.
+// A CRL with the protected table and entry look-ups opened up.
 class CrlProbe : public obCRL {
  public:
   using obCRL::GetEntry;
   using obCRL::GetTable;
   using obCRL::obCRL;
 };
-using ProbePtr = std::unique_ptr<CrlProbe, FreeSigned>;
+using CrlPtr = SignedPtr<CrlProbe>;
+using CertPtr = SignedPtr<obCert>;
 
-ProbePtr Probe(const Bytes& der) { return ProbePtr(new CrlProbe(der.data(), static_cast<unsigned>(der.size()))); }
+CrlPtr Crl(const Bytes& der) { return Decoded<CrlProbe>(der); }
+CertPtr Cert(const Bytes& der) { return Decoded<obCert>(der); }
 
-// A definite-length element of up to 65535 content octets.
-Bytes Tlv(unsigned char tag, const Bytes& content) {
-  size_t n = content.size();
-  Bytes out = n < 0x80 ? Bytes{tag, static_cast<unsigned char>(n)}
-                       : Bytes{tag, 0x82, static_cast<unsigned char>(n >> 8), static_cast<unsigned char>(n)};
-  out.insert(out.end(), content.begin(), content.end());
-  return out;
-}
-
-Bytes Cat(std::initializer_list<Bytes> parts) {
-  Bytes out;
-  for (const Bytes& part : parts) out.insert(out.end(), part.begin(), part.end());
-  return out;
-}
-
-Bytes Text(const std::string& text) { return Bytes(text.begin(), text.end()); }
-
-Bytes CaSubject() {
-  obASN_Certificate ca;
-  EXPECT_EQ(0, obAsnDecode(ca, SharedPki().CaDer().data(), SharedPki().CaDer().size()));
-  nyBinBuf der;
-  EXPECT_EQ(0, obAsnEncode(ca.tbsCertificate.subject, der));
-  return Bytes(der.Data(), der.Data() + der.Len());
+CertPtr Issue(const std::string& name, const std::string& serial, const std::string& extensions = "") {
+  CertRequest request;
+  request.serial = serial;
+  request.extensions = extensions;
+  return Cert(SharedPki().Issue(name, request));
 }
 
 const long kRevoked = 1700000000;  // 2023-11-14 22:13:20 UTC
 const Bytes kRevokedTime = Tlv(0x17, Text("231114221320Z"));
+const char kUri[] = "http://crl.example.com/ca.crl";
 
 // An unsigned CRL of the shared CA written octet by octet, for encodings
 // the codecs will not produce: redundant serial octets, negative serials of
 // any length, an empty revoked list.
-Bytes HandCrl(const std::vector<Bytes>& serials, bool listPresent = true) {
+Bytes HandCrl(const std::vector<Bytes>& serials) {
+  obASN_Certificate ca;
+  EXPECT_EQ(0, obAsnDecode(ca, SharedPki().CaDer().data(), SharedPki().CaDer().size()));
+  nyBinBuf subject;
+  EXPECT_EQ(0, obAsnEncode(ca.tbsCertificate.subject, subject));
   Bytes entries;
-  for (const Bytes& serial : serials) {
-    Bytes entry = Tlv(0x30, Cat({Tlv(0x02, serial), kRevokedTime}));
-    entries.insert(entries.end(), entry.begin(), entry.end());
-  }
+  for (const Bytes& serial : serials) entries = Cat({entries, Tlv(0x30, Cat({Tlv(0x02, serial), kRevokedTime}))});
   Bytes algorithm = Tlv(0x30, Hex("06 09 2A 86 48 86 F7 0D 01 01 0B 05 00"));
-  Bytes tbs = Tlv(0x30, Cat({Hex("02 01 01"), algorithm, CaSubject(), kRevokedTime,
-                             listPresent ? Tlv(0x30, entries) : Bytes()}));
+  Bytes tbs = Tlv(0x30, Cat({Hex("02 01 01"), algorithm, Bytes(subject.Data(), subject.Data() + subject.Len()),
+                             kRevokedTime, Tlv(0x30, entries)}));
   return Tlv(0x30, Cat({tbs, algorithm, Hex("03 02 00 00")}));
 }
 
-std::vector<RevokedEntry> Revoked(std::initializer_list<int64_t> serials) {
+std::vector<RevokedEntry> Revoked(const std::vector<int64_t>& serials) {
   std::vector<RevokedEntry> out;
   long when = kRevoked;
   for (int64_t serial : serials) out.push_back(RevokedEntry{SerialOctets(serial), when += 60, -1});
   return out;
 }
 
-CrlExtensionValue Ext(const std::string& oid, bool critical, const Bytes& value) { return CrlExtensionValue{oid, critical, value}; }
-
-// The value of an issuing distribution point made through the library.
-Bytes IdpValue(obCRL_contents kind, const char* uri) {
+// A CRL of the shared CA with one issuing distribution point of kind, or none for kind -1.
+Bytes CrlWithIdp(int kind, const char* uri = kUri) {
+  CrlOptions options;
+  if (kind < 0) return MakeCrl(SharedPki(), {}, options);
   obGeneralNames names;
   if (uri) names.Add(new obGeneralName(obGN_uniformResourceIdentifier, uri, static_cast<int>(std::strlen(uri))));
-  std::unique_ptr<obIssuingDP, void (*)(obIssuingDP*)> dp(obIssuingDP_new(kind, uri ? &names : nullptr),
-                                                          obIssuingDP_delete);
+  std::unique_ptr<obIssuingDP> dp(obIssuingDP_new(obCRL_contents(kind), uri ? &names : nullptr));
   obAsnBytes value;
   EXPECT_EQ(0, dp->EncodeValue(value));
-  return Bytes(value.data(), value.data() + value.size());
+  options.extensions = {{"2.5.29.28", true, Bytes(value.data(), value.data() + value.size())}};
+  return MakeCrl(SharedPki(), {}, options);
 }
 
 std::string PrintedCrl(const obCRL& crl, obCertHerrorDetails details) {
@@ -113,19 +90,9 @@ std::string PrintedCrl(const obCRL& crl, obCertHerrorDetails details) {
   return text.c_str();
 }
 
-// Certificates of the shared CA for look-ups and distribution-point checks.
-class CrlCerts : public ::testing::Test {
- protected:
-  static Bytes Issue(const std::string& name, const std::string& serial, const std::string& extensions = "") {
-    CertRequest request;
-    request.serial = serial;
-    request.extensions = extensions;
-    return SharedPki().Issue(name, request);
-  }
-};
-
 TEST(CrlDecode, FieldsEntriesAndUpdateTimes) {
-  std::vector<RevokedEntry> revoked = Revoked({0x1001, 0x80, 0, -5, -129, 0x7FFFFFFF, INT32_MIN});
+  const std::vector<int64_t> serials = {0x1001, 0x80, 0, -5, -129, 0x7FFFFFFF, INT32_MIN};
+  std::vector<RevokedEntry> revoked = Revoked(serials);
   revoked[0].reason = 1;
   Bytes der = MakeCrl(SharedPki(), revoked);
   DiagCapture diag;
@@ -140,7 +107,7 @@ TEST(CrlDecode, FieldsEntriesAndUpdateTimes) {
   EXPECT_EQ(obCRL_AllCerts, crl->Type());
   EXPECT_EQ(nullptr, crl->DistPoints());
   for (size_t i = 0; i < revoked.size(); ++i) {
-    int serial = static_cast<int>(std::vector<int64_t>{0x1001, 0x80, 0, -5, -129, 0x7FFFFFFF, INT32_MIN}[i]);
+    int serial = static_cast<int>(serials[i]);
     long when = 0;
     EXPECT_EQ(1, crl->IsEntryExist(serial)) << serial;
     EXPECT_EQ(0, crl->revDate(serial, &when));
@@ -151,21 +118,11 @@ TEST(CrlDecode, FieldsEntriesAndUpdateTimes) {
   EXPECT_EQ(-1, crl->revDate(0x1002, &untouched));
   EXPECT_EQ(42, untouched);
   EXPECT_EQ(obVfy_OK, crl->VerifySig(SharedPki().CaKey()));
-
-  const Bytes listed = Hex("02 02 10 01");  // the first entry's serial, which the signature covers
-  Bytes tampered = der;
-  auto at = std::search(tampered.begin(), tampered.end(), listed.begin(), listed.end());
-  ASSERT_NE(tampered.end(), at);
-  at[3] ^= 0x01;
-  CrlPtr bad = Crl(tampered);
-  EXPECT_EQ(obVfy_BadSignature, bad->VerifySig(SharedPki().CaKey()));
 }
 
 TEST(CrlDecode, TableIsKeyedByShortestSerialAndReadThroughGetEntry) {
-  Bytes der = MakeCrl(SharedPki(), Revoked({0x1001, 0xABCDEF0123}));
-  ProbePtr crl = Probe(der);
+  CrlPtr crl = Crl(MakeCrl(SharedPki(), Revoked({0x1001, 0xABCDEF0123})));
   ASSERT_TRUE(crl->OK());
-  ASSERT_NE(nullptr, crl->GetTable());
   EXPECT_EQ(2u, hash_count(crl->GetTable()));
   obAsnInt small(0x1001), large, other(0x1002);
   large.SetBytes(Hex("AB CD EF 01 23").data(), 5);
@@ -181,25 +138,23 @@ TEST(CrlDecode, TableIsKeyedByShortestSerialAndReadThroughGetEntry) {
 
 TEST(CrlDecode, NoRevokedCertificatesAnswersNothing) {
   CertPtr ca = Cert(SharedPki().CaDer());
-  for (const Bytes& der : {MakeCrl(SharedPki(), {}), HandCrl({}, true), HandCrl({}, false)}) {
+  for (const Bytes& der : {MakeCrl(SharedPki(), {}), HandCrl({})}) {  // no list, an empty list
     DiagCapture diag;
-    ProbePtr crl = Probe(der);
+    CrlPtr crl = Crl(der);
     ASSERT_TRUE(crl->OK());
     EXPECT_TRUE(diag.Saw("obCRL::obCRL no revoked certificates"));
     EXPECT_EQ(0, crl->GetSize());
     EXPECT_EQ(nullptr, crl->GetTable());
     long when = 0;
-    for (int serial : {0, 1, -1, 0x1001}) {
-      EXPECT_EQ(0, crl->IsEntryExist(serial));
-      EXPECT_EQ(-1, crl->revDate(serial, &when));
-    }
+    EXPECT_EQ(0, crl->IsEntryExist(0));
+    EXPECT_EQ(-1, crl->revDate(0x1001, &when));
     EXPECT_EQ(0, crl->IsEntryExist(ca.get()));
     EXPECT_EQ(0, crl->IsEntryExist(static_cast<const obCert*>(nullptr)));
     EXPECT_EQ(-1, crl->revDate(ca.get(), &when));
   }
 }
 
-TEST_F(CrlCerts, SerialsOfEveryLengthAndSignAreFoundByCertificate) {
+TEST(CrlDecode, SerialsOfEveryLengthAndSignAreFoundByCertificate) {
   struct Case {
     const char* name;
     const char* serial;  // as the openssl tool takes it
@@ -209,7 +164,6 @@ TEST_F(CrlCerts, SerialsOfEveryLengthAndSignAreFoundByCertificate) {
       {"s_small", "0x1001", Hex("00 00 10 01"), 0x1001},  // redundant leading octets in the CRL
       {"s_top_bit", "0x80", Hex("00 80"), 0x80},
       {"s_negative", "-5", Hex("FF FF FB"), -5},
-      {"s_64bit", "0x123456789ABCDEF0", Hex("12 34 56 78 9A BC DE F0"), 0},
       {"s_20byte", "0x80112233445566778899AABBCCDDEEFF00112233",
        Hex("00 80 11 22 33 44 55 66 77 88 99 AA BB CC DD EE FF 00 11 22 33"), 0},
       {"s_neg40", "-0x123456789A", Hex("ED CB A9 87 66"), 0},
@@ -220,7 +174,7 @@ TEST_F(CrlCerts, SerialsOfEveryLengthAndSignAreFoundByCertificate) {
   ASSERT_TRUE(crl->OK());
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
-    CertPtr cert = Cert(Issue(c.name, c.serial));
+    CertPtr cert = Issue(c.name, c.serial);
     ASSERT_TRUE(cert->OK());
     long when = 0;
     EXPECT_EQ(1, crl->IsEntryExist(cert.get()));
@@ -228,60 +182,46 @@ TEST_F(CrlCerts, SerialsOfEveryLengthAndSignAreFoundByCertificate) {
     EXPECT_EQ(kRevoked, when);
     EXPECT_TRUE(c.asInt == 0 || crl->IsEntryExist(c.asInt) == 1);
   }
-  CertPtr unlisted = Cert(Issue("s_unlisted", "0x123456789ABCDEF1"));
-  EXPECT_EQ(0, crl->IsEntryExist(unlisted.get()));
+  EXPECT_EQ(0, crl->IsEntryExist(Issue("s_unlisted", "0x123456789ABCDEF1").get()));
   EXPECT_EQ(0, crl->IsEntryExist(0x12));  // a suffix of a listed serial is not that serial
 }
 
 TEST(CrlUse, MarksCountAndClear) {
   CrlPtr crl = Crl(MakeCrl(SharedPki(), {}));
-  EXPECT_EQ(0, crl->GetUsed());
-  EXPECT_EQ(0, crl->LastUsed());
   long before = static_cast<long>(std::time(nullptr));
   crl->SetUsed();
   crl->SetUsed();
   EXPECT_EQ(2, crl->GetUsed());
   EXPECT_GE(crl->LastUsed(), before);
-  EXPECT_LE(crl->LastUsed(), static_cast<long>(std::time(nullptr)));
   crl->UnSetUsed();
   EXPECT_EQ(0, crl->GetUsed());
   EXPECT_EQ(0, crl->LastUsed());
 }
 
 TEST(CrlExtensions, HandlingOfCriticalAndUnknownExtensions) {
-  const Bytes idpAll = IdpValue(obCRL_AllCerts, "http://crl.example.com/ca.crl");
-  const Bytes idpIndirect = Hex("30 03 84 01 FF");
-  const Bytes idpRelative = Hex("30 0D A0 0B A1 09 31 07 30 05 06 03 55 04 03");
-  const Bytes idpBadFlag = Hex("30 03 81 01 01");  // DER writes TRUE as FF
+  const Bytes idpAll = Hex("30 00");
   struct Case {
-    const char* name;
     std::vector<CrlExtensionValue> extensions;
-    bool ok;
     const char* unhandled;  // dotted, or null
     const char* message;    // a diagnostic line expected, or null
   } cases[] = {
-      {"superseded IDP critical", {Ext("2.5.29.26", true, idpAll)}, true, nullptr, nullptr},
-      {"unknown critical", {Ext("1.2.3.4", true, Hex("05 00")), Ext("2.5.29.28", true, idpAll)}, true, "1.2.3.4",
-       nullptr},
-      {"unknown non-critical", {Ext("1.2.3.4", false, Hex("05 00")), Ext("2.5.29.20", false, Hex("02 01 10"))},
-       true, nullptr, nullptr},
-      {"indirect IDP", {Ext("2.5.29.28", true, idpIndirect)}, true, "2.5.29.28",
-       "obParseIssuingDP: unsupported options"},
-      {"relative name IDP", {Ext("2.5.29.28", true, idpRelative)}, true, "2.5.29.28",
-       "obParseIssuingDP: unsupported options"},
-      {"malformed IDP", {Ext("2.5.29.28", true, idpBadFlag)}, true, "2.5.29.28",
+      {{{"2.5.29.26", true, idpAll}}, nullptr, nullptr},  // the superseded identifier is skipped
+      {{{"1.2.3.4", true, Hex("05 00")}, {"2.5.29.28", true, idpAll}}, "1.2.3.4", nullptr},
+      {{{"1.2.3.4", false, Hex("05 00")}, {"2.5.29.20", false, Hex("02 01 10")}}, nullptr, nullptr},
+      {{{"2.5.29.28", true, Hex("30 03 84 01 FF")}}, "2.5.29.28", "obParseIssuingDP: unsupported options"},
+      {{{"2.5.29.28", true, Hex("30 0D A0 0B A1 09 31 07 30 05 06 03 55 04 03")}}, "2.5.29.28",
+       "obParseIssuingDP: unsupported options"},  // a name relative to the issuer
+      {{{"2.5.29.28", true, Hex("30 03 81 01 01")}}, "2.5.29.28",  // DER writes TRUE as FF
        "obIssuingDP::Handle: malformed issuingDistributionPoint"},
-      {"malformed extension", {Ext("2.5.29.28", true, {})}, true, "2.5.29.28", nullptr},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+    SCOPED_TRACE(c.extensions[0].oid);
     CrlOptions options;
     options.extensions = c.extensions;
     DiagCapture diag;
     CrlPtr crl = Crl(MakeCrl(SharedPki(), {}, options));
-    EXPECT_EQ(c.ok, crl->OK() != 0);
+    EXPECT_TRUE(crl->OK());
     const obAsnOid* unhandled = crl->UnhandledCritExt();
-    EXPECT_EQ(c.unhandled != nullptr, unhandled != nullptr);
     EXPECT_STREQ(c.unhandled ? c.unhandled : "", unhandled ? unhandled->Dotted().getstr() : "");
     EXPECT_TRUE(!c.message || diag.Saw(c.message)) << c.message;
   }
@@ -290,82 +230,69 @@ TEST(CrlExtensions, HandlingOfCriticalAndUnknownExtensions) {
 TEST(CrlExtensions, IssuingDistributionPointRoundTrips) {
   for (obCRL_contents kind : {obCRL_AllCerts, obCRL_ARL, obCRL_UserCerts}) {
     SCOPED_TRACE(kind);
-    CrlOptions options;
-    options.extensions = {Ext("2.5.29.28", true, IdpValue(kind, "http://crl.example.com/ca.crl"))};
-    CrlPtr crl = Crl(MakeCrl(SharedPki(), {}, options));
+    Bytes der = CrlWithIdp(kind);
+    CrlPtr crl = Crl(der);
     ASSERT_TRUE(crl->OK());
     EXPECT_EQ(nullptr, crl->UnhandledCritExt());
     EXPECT_EQ(kind, crl->Type());
     EXPECT_EQ(1, crl->IsCritical(&obASN_id_ce_issuingDistributionPoint));
     ASSERT_NE(nullptr, crl->DistPoints());
     ASSERT_EQ(1, crl->DistPoints()->Count());
-    EXPECT_STREQ("Issuing distribution points", crl->GetExt(&obASN_id_ce_issuingDistributionPoint)->ExtName());
 
     obASN_IssuingDistributionPoint composed;
     ASSERT_EQ(0, obComposeIssuingDP(crl->IssuingDP(), composed));
-    nyBinBuf der;
-    ASSERT_EQ(0, obAsnEncode(composed, der));
-    Bytes value = IdpValue(kind, "http://crl.example.com/ca.crl");
-    EXPECT_EQ(ToHex(value.data(), value.size()), ToHex(der));
+    nyBinBuf value;
+    ASSERT_EQ(0, obAsnEncode(composed, value));
+    EXPECT_NE(der.end(), std::search(der.begin(), der.end(), value.Data(), value.Data() + value.Len()));
     std::unique_ptr<obIssuingDP> copy(crl->IssuingDP()->Clone());
     EXPECT_EQ(kind, copy->Type());
   }
   obASN_IssuingDistributionPoint unused;
   EXPECT_EQ(-1, obComposeIssuingDP(nullptr, unused));
-  EXPECT_EQ("30 00", [] {
-    Bytes v = IdpValue(obCRL_AllCerts, nullptr);
-    return ToHex(v.data(), v.size());
-  }());
+  obIssuingDP empty(obCRL_AllCerts, nullptr);
+  obAsnBytes value;
+  ASSERT_EQ(0, empty.EncodeValue(value));
+  EXPECT_EQ("30 00", ToHex(value.data(), value.size()));
 }
 
-TEST_F(CrlCerts, DistPointMatchesByKindIssuerAndNames) {
-  const std::string dp = "crlDistributionPoints=URI:http://crl.example.com/ca.crl\n";
-  CertPtr eeNoDp = Cert(Issue("dp_none", "0x2001"));
-  CertPtr eeDp = Cert(Issue("dp_same", "0x2002", dp));
-  CertPtr eeOtherDp = Cert(Issue("dp_other", "0x2003", "crlDistributionPoints=URI:http://other.example.com/x.crl\n"));
+TEST(CrlExtensions, DistPointMatchesByKindIssuerAndNames) {
+  CertPtr eeNoDp = Issue("dp_none", "0x2001");
+  CertPtr eeDp = Issue("dp_same", "0x2002", std::string("crlDistributionPoints=URI:") + kUri + "\n");
+  CertPtr eeOtherDp = Issue("dp_other", "0x2003", "crlDistributionPoints=URI:http://other.example.com/x.crl\n");
   CertPtr caCert = Cert(SharedPki().CaDer());
   CertPtr foreign = Cert(Resign(SharedPki().Issue("dp_foreign", CertRequest()),
                                 [](obASN_Certificate& c) { c.tbsCertificate.issuer = c.tbsCertificate.subject; },
                                 SharedPki().CaKey()));
-  const char* kUri = "http://crl.example.com/ca.crl";
   struct Case {
-    const char* name;
     int idp;  // -1: none, else the obCRL_contents
     const char* uri;
     obCert* cert;
-    int certIsCA;
-    int expected;
+    int certIsCA, expected;
     const char* message;
   } cases[] = {
-      {"no IDP, CA", -1, nullptr, caCert.get(), 1, 1, nullptr},
-      {"no IDP, EE", -1, nullptr, eeNoDp.get(), 0, 1, nullptr},
-      {"no IDP, other issuer", -1, nullptr, foreign.get(), 0, 0, "obCRL::DistPointMatches: names doesn't match"},
-      {"ARL, EE", obCRL_ARL, nullptr, eeDp.get(), 0, 0, "obCRL::DistPointMatches CRL is ARL but certificate not CA"},
-      {"ARL, CA", obCRL_ARL, nullptr, caCert.get(), 1, 1, nullptr},
-      {"users, CA", obCRL_UserCerts, nullptr, caCert.get(), 1, 0, "obCRL::DistPointMatches CRL doesnot contains CAs"},
-      {"users, EE", obCRL_UserCerts, nullptr, eeNoDp.get(), 0, 1, nullptr},
-      {"names, same", obCRL_AllCerts, kUri, eeDp.get(), 0, 1, nullptr},
-      {"names, other", obCRL_AllCerts, kUri, eeOtherDp.get(), 0, 0, nullptr},
-      {"names, cert has none", obCRL_AllCerts, kUri, eeNoDp.get(), 0, 0, nullptr},
-      {"ARL names, CA without", obCRL_ARL, kUri, caCert.get(), 1, 0, nullptr},
+      {-1, nullptr, eeNoDp.get(), 0, 1, ""},
+      {-1, nullptr, foreign.get(), 0, 0, "obCRL::DistPointMatches: names doesn't match"},
+      {obCRL_ARL, nullptr, eeDp.get(), 0, 0, "obCRL::DistPointMatches CRL is ARL but certificate not CA"},
+      {obCRL_ARL, nullptr, caCert.get(), 1, 1, ""},
+      {obCRL_UserCerts, nullptr, caCert.get(), 1, 0, "obCRL::DistPointMatches CRL doesnot contains CAs"},
+      {obCRL_UserCerts, nullptr, eeNoDp.get(), 0, 1, ""},
+      {obCRL_AllCerts, kUri, eeDp.get(), 0, 1, ""},
+      {obCRL_AllCerts, kUri, eeOtherDp.get(), 0, 0, ""},
+      {obCRL_AllCerts, kUri, eeNoDp.get(), 0, 0, ""},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+    SCOPED_TRACE(&c - cases);
     ASSERT_TRUE(c.cert->OK());
-    CrlOptions options;
-    if (c.idp >= 0) options.extensions = {Ext("2.5.29.28", true, IdpValue(obCRL_contents(c.idp), c.uri))};
-    CrlPtr crl = Crl(MakeCrl(SharedPki(), {}, options));
+    CrlPtr crl = Crl(CrlWithIdp(c.idp, c.uri));
     ASSERT_TRUE(crl->OK());
-    EXPECT_EQ(c.expected, Gated([&] { return crl->DistPointMatches(*c.cert, c.certIsCA); },
-                                c.message ? c.message : ""));
+    EXPECT_EQ(c.expected, Gated([&] { return crl->DistPointMatches(*c.cert, c.certIsCA); }, c.message));
   }
 }
 
 TEST(CrlPrint, DetailLevelsListsAndBufferHelpers) {
-  std::vector<RevokedEntry> revoked = Revoked({0x1001, -5});
   CrlOptions options;
-  options.extensions = {Ext("2.5.29.28", true, IdpValue(obCRL_ARL, "http://crl.example.com/ca.crl"))};
-  Bytes der = MakeCrl(SharedPki(), revoked, options);
+  options.extensions = {{"2.5.29.28", true, Hex("30 03 82 01 FF")}};  // an ARL
+  Bytes der = MakeCrl(SharedPki(), Revoked({0x1001, -5}), options);
   CrlPtr crl = Crl(der);
   ASSERT_TRUE(crl->OK());
   EXPECT_EQ("\tIssuer: CN=Example Test CA,O=Example Trust,C=US\n", PrintedCrl(*crl, obCertHerror_Names));
@@ -379,42 +306,32 @@ TEST(CrlPrint, DetailLevelsListsAndBufferHelpers) {
   EXPECT_NE(std::string::npos, all.find("\tCertificate #4097\n\t\tRevoked at "));
   EXPECT_NE(std::string::npos, all.find("\tCertificate #-5\n\t\tRevoked at "));
 
-  ObStream viaBuf;
+  ObStream viaBuf, broken;
   obCert_Sprint_CRLbuf(&viaBuf, der.data(), static_cast<int>(der.size()), obCertHerror_All, 1);
   EXPECT_EQ(all, viaBuf.c_str());
   EXPECT_EQ(all, Printed([&](FILE* f) {
               obCert_Fprint_CRLbuf(f, der.data(), static_cast<int>(der.size()), obCertHerror_All, 1);
             }));
-  ObStream broken;
   obCert_Sprint_CRLbuf(&broken, der.data(), 10, obCertHerror_All, 0);
   EXPECT_STREQ("Error: Error Decoding\n", broken.c_str());
 
   obCRLs list;
-  obSaveSigned(crl.get());
-  list.Add(crl.get());
   list.Add(new obCRL(der.data(), static_cast<unsigned>(der.size())));
-  EXPECT_EQ(crl.get(), list.Get(0));
+  list.Add(new obCRL(der.data(), static_cast<unsigned>(der.size())));
   ObStream listed;
   list.Sprint(&listed, "CRLs", obCertHerror_Names, 0);
   EXPECT_STREQ("CRLs: 2 CRLs\nIssuer: CN=Example Test CA,O=Example Trust,C=US\n"
                "Issuer: CN=Example Test CA,O=Example Trust,C=US\n",
                listed.c_str());
-  obCRLs copy(list);
-  EXPECT_EQ(2, copy.Count());
 
   CrlPtr empty = Crl(MakeCrl(SharedPki(), {}));
-  Gated(
-      [&] {
-        PrintedCrl(*empty, obCertHerror_All);
-        return 0;
-      },
-      "obCRL::Sprint: no h_table, internal problem.");
+  Gated([&] { return static_cast<int>(PrintedCrl(*empty, obCertHerror_All).size()); },
+        "obCRL::Sprint: no h_table, internal problem.");
 }
 
 TEST(CrlOpenssl, ToolReadsOurCrlsAndWeReadTheTools) {
   const TestPki& pki = SharedPki();
-  Bytes ours = MakeCrl(pki, Revoked({0x1001, 0x123456789A}));
-  WriteBytes(pki.dir() + "/ours.crl", ours);
+  WriteBytes(pki.dir() + "/ours.crl", MakeCrl(pki, Revoked({0x1001, 0x123456789A})));
   std::string text = OpensslOutput(pki.dir(), "crl -inform DER -in ours.crl -CAfile ca.pem -text -noout");
   EXPECT_NE(std::string::npos, text.find("verify OK")) << text;
   EXPECT_NE(std::string::npos, text.find("Serial Number: 1001"));
@@ -448,26 +365,16 @@ TEST(CrlOpenssl, ToolReadsOurCrlsAndWeReadTheTools) {
   EXPECT_EQ(obCRL_ARL, crl->Type());
   EXPECT_EQ(nullptr, crl->UnhandledCritExt());
   ASSERT_NE(nullptr, crl->DistPoints());
-  EXPECT_STREQ("http://crl.example.com/ca.crl", crl->DistPoints()->Get(0)->GetStr());
+  EXPECT_STREQ(kUri, crl->DistPoints()->Get(0)->GetStr());
   EXPECT_EQ(crl->nextUpdate() - crl->thisUpdate(), 7 * 86400);
-  CertPtr ca = Cert(pki.CaDer());
-  EXPECT_EQ(0, crl->DistPointMatches(*ca, 1));  // the CA certificate names no distribution point
-}
-
-// 100,000 entries, made once per process.
-const Bytes& LargeCrl() {
-  static const Bytes der = [] {
-    std::vector<RevokedEntry> revoked;
-    revoked.reserve(100000);
-    for (int64_t i = 0; i < 100000; ++i)
-      revoked.push_back(RevokedEntry{SerialOctets(0x10000000 + i * 7), kRevoked + i, -1});
-    return MakeCrl(SharedPki(), revoked);
-  }();
-  return der;
+  EXPECT_EQ(0, crl->DistPointMatches(*Cert(pki.CaDer()), 1));  // the CA certificate names no distribution point
 }
 
 TEST(CrlLarge, HundredThousandEntriesDecodeAndAnswer) {
-  ProbePtr crl = Probe(LargeCrl());
+  std::vector<RevokedEntry> revoked;
+  for (int64_t i = 0; i < 100000; ++i)
+    revoked.push_back(RevokedEntry{SerialOctets(0x10000000 + i * 7), kRevoked + i, -1});
+  CrlPtr crl = Crl(MakeCrl(SharedPki(), revoked));
   ASSERT_TRUE(crl->OK());
   EXPECT_EQ(100000, crl->GetSize());
   long when = 0;
@@ -484,8 +391,8 @@ TEST(CrlLarge, HundredThousandEntriesDecodeAndAnswer) {
 
 TEST(CrlHostile, TruncatedAndFlippedInputNeverCrashes) {
   CrlOptions options;
-  options.extensions = {Ext("2.5.29.28", true, IdpValue(obCRL_UserCerts, "http://crl.example.com/ca.crl")),
-                        Ext("2.5.29.20", false, Hex("02 01 10"))};
+  options.extensions = {{"2.5.29.28", true, Tlv(0x30, Cat({Tlv(0xA0, Tlv(0xA0, Tlv(0x86, Text(kUri)))), Hex("81 01 FF")}))},
+                        {"2.5.29.20", false, Hex("02 01 10")}};
   std::vector<RevokedEntry> revoked = Revoked({0x1001, 0x123456789A, -5});
   revoked[1].reason = 4;
   Bytes der = MakeCrl(SharedPki(), revoked, options);

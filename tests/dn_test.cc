@@ -40,14 +40,10 @@ TEST(DnParse, PrintsBackInCanonicalForm) {
     int rdns;
   } cases[] = {
       {"CN=a, O=b ,C=US", "CN=a,O=b,C=US", 3},
-      {"CN=a+OU=b,O=c", "CN=a+OU=b,O=c", 2},
       {"CN=a;OU=b", "CN=a+OU=b", 1},
-      {"cn=x", "CN=x", 1},
       {"OID.2.5.4.3=x", "CN=x", 1},
-      {"oid.1.2.3.4=v", "OID.1.2.3.4=v", 1},
       {"OID.1.2.3.4.5.6.7.8.9.10.11=v", "OID.1.2.3.4.5.6.7.8.9.10.11=v", 1},
       {"CN=\"a,b\",O=c", "CN=a\\,b,O=c", 2},
-      {"CN=a\\,b", "CN=a\\,b", 1},
       {"CN=a\\\\x", "CN=ax", 1},                   // every backslash escapes: only the x is left
       {"CN=a\\", "CN=a\\", 1},                     // a final backslash stays
       {"CN=a  ,O=b", "CN=a,O=b", 2},               // blanks before a separator are dropped
@@ -55,13 +51,10 @@ TEST(DnParse, PrintsBackInCanonicalForm) {
       {" CN \n= \"  q\"", "CN=  q", 1},
       {"CN=\"q\"x O=z", "CN=q+O=z", 1},            // any character after a closing quote separates
       {"CN=+OU=b", "CN=+OU=b", 1},                 // an empty value
-      {"CN=\\,a", "CN=\\,a", 1},
       {"CN=\"a+b=c<d>e#f;g\"", "CN=a\\+b\\=c\\<d\\>e\\#f\\;g", 1},
       {"CN=\"x\\\"y\\\\z\"", "CN=x\"yz", 1},       // quotes and backslashes are not escaped when printed
       {"CN=\"l\nf\"", "CN=l\\\nf", 1},
-      {"CN=a,", "CN=a", 1},
       {"", "", 0},
-      {"  \n ", "", 0},
       {"CN=1+CN=2+CN=3+CN=4+CN=5", "CN=1+CN=2+CN=3+CN=4+CN=5", 1},
       {"cn=1,c=2,st=3,o=4,ou=5,l=6,t=7,SERIALNUMBER=8,street=9,dc=10,EMAIL=11,uid=12,PRINCIPALNAME=13",
        "CN=1,C=2,ST=3,O=4,OU=5,L=6,T=7,serialNumber=8,STREET=9,DC=10,Email=11,UID=12,principalName=13", 13},
@@ -73,16 +66,8 @@ TEST(DnParse, PrintsBackInCanonicalForm) {
     obDN again(c.printed);
     EXPECT_TRUE(dn == again) << c.text;
   }
-}
-
-TEST(DnParse, SequenceRunsFromTheRoot) {
-  obDN dn("CN=host,O=Example,C=US");
-  const obASN_RDNSequence* seq = dn.GetName();
-  ASSERT_EQ(seq->size(), 3u);
-  EXPECT_TRUE(seq->items[0].items[0].type.Equal(obASN_id_at_countryName));
-  EXPECT_TRUE(seq->items[2].items[0].type.Equal(obASN_id_at_commonName));
   EXPECT_EQ(Str(obDN("CN=a\\ ,O=b")), "CN=a ,O=b");  // an escaped blank is kept before a separator
-  obDN multi("CN=a+OU=b");  // assertions keep their string order
+  obDN multi("CN=a+OU=b");  // assertions keep their string order in the tree
   EXPECT_TRUE(multi.GetName()->items[0].items[1].type.Equal(obASN_id_at_organizationalUnitName));
 }
 
@@ -94,11 +79,8 @@ TEST(DnParse, ChoosesTheStringType) {
     int choice;
   } cases[] = {{"CN=\"Az09'()+,-./:=? \\\"\"", printable},  // the double quote counts as printable here
                {"CN=a_b", teletex},
-               {"CN=a&b", teletex},
                {"CN=caf\xc3\xa9", teletex},
                {"Email=a@b.example", ia5},
-               {"DC=example", ia5},
-               {"OID.1.2.840.113549.1.9.1=x", ia5},
                {"OID.0.9.2342.19200300.100.1.25=x", ia5}};
   for (const Case& c : cases) {
     obDN dn(c.text);
@@ -115,14 +97,10 @@ TEST(DnParse, FailuresLeaveNoName) {
       {"CN=1+CN=2+CN=3+CN=4+CN=5+CN=6", "dn_explode_prefix: Too many assertions in prefix. 6 5"},
       {"CN=1;CN=2;CN=3;CN=4;CN=5;CN=6,O=x", "dn_explode_prefix: Too many assertions in prefix. 6 5"},
       {"CN", "dn_explode_prefix: unexpected end of name after CN"},
-      {"CN=", "dn_explode_prefix: unexpected end of name after CN"},
-      {"CN=\"abc", "dn_explode_prefix: unexpected end of name after CN"},
       {"CN x", "dn_explode_prefix: '=' expected after CN"},
       {"CN=\"a\" ,O=b", "obDNTypeOfKeyword: unknown attribute keyword ,O"},
       {"XX=a", "obDNTypeOfKeyword: unknown attribute keyword XX"},
-      {"CN=a, ,O=b", "obDNTypeOfKeyword: unknown attribute keyword ,O"},
       {"OID.1.2.x=a", "obNUM2OID: parse error at .x"},
-      {"OID.1.2.=a", "obNUM2OID: parse error at ."},
       {"OID.=a", "obNUM2OID: parse error at "},
       {"OID.1.2.3.4.5.6.7.8.9.10.11.12=a", "obNUM2OID: parse error at 12"},
       {"OID.1.2.99999999999999999999999=a", "obNUM2OID: parse error at 99999999999999999999999"},
@@ -131,9 +109,7 @@ TEST(DnParse, FailuresLeaveNoName) {
   for (const Case& c : cases) {
     obDN dn("CN=kept");
     EXPECT_EQ(Gated([&] { return dn.Set(c.text); }, c.message), -1) << c.text;
-    EXPECT_EQ(dn.GetName(), nullptr);
-    EXPECT_EQ(dn.GetStr(), nullptr);
-    EXPECT_EQ(dn.Count(), 0);
+    EXPECT_TRUE(!dn.GetName() && !dn.GetStr() && dn.Count() == 0) << c.text;
   }
   obDN none;
   EXPECT_EQ(Gated([&] { return none.Set(static_cast<const char*>(nullptr)); }, "obDN_imp::Set: no string"), -1);
@@ -166,7 +142,6 @@ TEST(DnCompare, ValuesFoldCaseAndBlanks) {
   EXPECT_TRUE(obDN("CN=A  B") == obDN("cn=a b"));
   EXPECT_TRUE(obDN("CN=\"  a\"") == obDN("CN=a"));     // leading blanks are ignored
   EXPECT_FALSE(obDN("CN=\"a \"") == obDN("CN=a"));     // trailing ones are not
-  EXPECT_FALSE(obDN("CN=ab") == obDN("CN=a b"));
   EXPECT_TRUE(obDN("CN=\"a\n b\"") == obDN("CN=a b"));  // line feeds are blanks too
 
   struct Case {
@@ -177,17 +152,14 @@ TEST(DnCompare, ValuesFoldCaseAndBlanks) {
     bool equal;
   } cases[] = {
       {kUtf8, "\xc3\xa9", kPrintable, "ab", false},  // binary never equals text
-      {kUtf8, "\xc3\xa9", kTeletex, "\xc3\xa9", false},
       {kUtf8, "\xc3\xa9", kUtf8, "\xc3\xa9", true},
-      {kUtf8, "Host", kPrintable, "hOST", true},
       {kBmp, std::string("\0a\0B", 4), kIa5, "Ab", true},
-      {kUniversal, std::string("\0\0\0a", 4), kUniversal, std::string("\0\0\0a", 4), true},
+      {kPrintable, "Example  CA", kUtf8, "example ca", true},  // different octets reach the value rules
       {kUniversal, std::string("\0\0\0\xe9", 4), kBmp, std::string("\0\0\0\xe9", 4), false},
       {kUtf8, "\xc3\xa9", kUtf8, "\xc3\x89", false},  // binary values are not folded
   };
   for (const Case& c : cases) {
     EXPECT_EQ(ValueName(c.a, c.va) == ValueName(c.b, c.vb), c.equal) << c.va << " / " << c.vb;
-    EXPECT_EQ(ValueName(c.a, c.va) != ValueName(c.b, c.vb), !c.equal) << c.va << " / " << c.vb;
   }
 }
 
@@ -199,28 +171,22 @@ TEST(DnCompare, IsSubAndEqual) {
     int equal;
   } cases[] = {
       {"CN=x,O=y", "O=y", 1, 0},
-      {"CN=x,O=y", "CN=x", 0, 0},
       {"CN=x,O=y", "CN=x,O=y", 1, 1},
       {"O=y", "CN=x,O=y", 0, 0},
       {"CN=a+OU=b,O=c", "OU=b+CN=a,O=c", 1, 1},  // assertions of an RDN match in any order
       {"CN=a+OU=b,O=c", "CN=a,O=c", 0, 0},       // different assertion counts
       {"CN=x,O=y", "", 1, 0},
-      {"CN=x,O=y,C=US", "o=Y, c=us", 1, 0},
-      {"CN=x,O=y", "OID.2.5.4.10=y", 1, 0},
   };
   for (const Case& c : cases) {
     obDN name(c.name), other(c.other);
     EXPECT_EQ(name.IsSub(other), c.sub) << c.name << " / " << c.other;
     EXPECT_EQ(name.Equal(other), c.equal) << c.name << " / " << c.other;
-    EXPECT_EQ(name == other, c.equal == 1);
     EXPECT_EQ(name != other, c.equal == 0);
   }
-  obDN dn("CN=x,O=y"), none, bad("bad");
-  EXPECT_EQ(dn.Equal(dn), 1);
+  obDN dn("CN=x,O=y"), none;
   EXPECT_EQ(none.Equal(none), 0);  // names without a tree are never equal
   EXPECT_EQ(dn.IsSub(none), 0);
   EXPECT_EQ(none.IsSub(dn), 0);
-  EXPECT_TRUE(bad != bad);
 }
 
 TEST(DnQuery, GetRdnCopiesThePrintedValue) {
@@ -235,54 +201,38 @@ TEST(DnQuery, GetRdnCopiesThePrintedValue) {
   EXPECT_EQ(Gated([&] { return dn.GetO(out, 4); }, "obDN_imp::GetRDN: text of 4 octets does not fit 4"), -1);
   EXPECT_STREQ(out, "");
   EXPECT_EQ(Gated([&] { return dn.GetCN(nullptr, 8); }, "obDN_imp::GetRDN: no room for the text"), -1);
-  EXPECT_EQ(Gated([&] { return dn.GetCN(out, 0); }), -1);
   EXPECT_EQ(Gated([&] { return dn.GetRDN(obASN_id_at_title, out, sizeof out); }), -1);
+  EXPECT_EQ(Gated([&] { return dn.GetCN(out, 0); }), -1);
   EXPECT_EQ(Gated([&] { return obDN().GetCN(out, sizeof out); }), -1);
-
+  EXPECT_EQ(obDN().IsContain(obASN_id_at_commonName), -1);
   EXPECT_EQ(dn.IsContain(obASN_id_at_organizationName), 0);  // 0 means found
   EXPECT_EQ(dn.IsContain(obASN_id_at_title), -1);
-  EXPECT_EQ(obDN().IsContain(obASN_id_at_commonName), -1);
 }
 
-TEST(DnEdit, RemovalsAndTheCache) {
-  obDN dn("CN=x,O=y");
-  const char* before = dn.GetStr();
-  EXPECT_EQ(before, dn.GetStr());  // cached
+TEST(DnEdit, RemovalsAndDeepCopies) {
+  obDN dn("CN=x,O=y"), notLast("O=y,CN=x");
+  dn.GetStr();  // the cached text must follow the edit
   EXPECT_EQ(dn.RemoveCN(), 1);
   EXPECT_EQ(Str(dn), "O=y");
   EXPECT_EQ(dn.RemoveCN(), 0);
-  EXPECT_EQ(Str(dn), "O=y");
-  obDN notLast("O=y,CN=x");
-  EXPECT_EQ(notLast.RemoveCN(), 0);
-  EXPECT_EQ(Str(notLast), "O=y,CN=x");
+  EXPECT_EQ(notLast.RemoveCN(), 0);  // only the most specific RDN counts
   EXPECT_EQ(obDN().RemoveCN(), 0);
-
   obDN multi("CN=a+OU=b,OU=c,O=d");
   EXPECT_EQ(multi.RemoveOid(obASN_id_at_organizationalUnitName), 2);
   EXPECT_EQ(Str(multi), "CN=a,O=d");
-  EXPECT_EQ(multi.RemoveOid(obASN_id_at_title), 0);
-
   obDN deep("CN=x,OU=u,O=y");
   EXPECT_EQ(deep.RemoveSubDN(obDN("O=z")), 0);
   EXPECT_EQ(deep.RemoveSubDN(obDN("O=y")), 1);
   EXPECT_EQ(Str(deep), "CN=x,OU=u");
   EXPECT_EQ(deep.RemoveSubDN(deep), 1);
   EXPECT_EQ(Str(deep), "");
-}
 
-TEST(DnEdit, CopiesAreDeep) {
-  obDN original("CN=x,O=y");
-  obDN copy(original);
-  obDN assigned;
+  obDN original("CN=x,O=y"), copy(original), assigned;
   assigned = original;
   copy.RemoveCN();
   assigned.Set("C=US");
-  EXPECT_EQ(Str(original), "CN=x,O=y");
-  EXPECT_EQ(Str(copy), "O=y");
-  EXPECT_EQ(Str(assigned), "C=US");
-  obDN& self = assigned;
-  assigned = self;
-  EXPECT_EQ(Str(assigned), "C=US");
+  assigned = *&assigned;
+  EXPECT_EQ(Str(original) + " " + Str(copy) + " " + Str(assigned), "CN=x,O=y O=y C=US");
   obDN fromTree(*original.GetName());
   EXPECT_TRUE(fromTree == original);
   EXPECT_NE(fromTree.GetName(), original.GetName());
@@ -298,7 +248,7 @@ TEST(DnDer, RoundTrips) {
   EXPECT_EQ(Str(decoded), "CN=ab,C=US");
   EXPECT_TRUE(decoded == dn);
 
-  for (const char* text : {"CN=a+OU=b,O=c", "CN=caf\xe9,Email=x@y,DC=z", "OID.1.2.3=v,C=DE", ""}) {
+  for (const char* text : {"CN=a+OU=b,O=c", "CN=caf\xe9,Email=x@y,DC=z,OID.1.2.3=v", ""}) {
     obDN parsed(text);
     NameDer bytes = DerOf(parsed);
     ASSERT_FALSE(bytes.empty()) << text;
@@ -314,29 +264,9 @@ TEST(DnDer, RoundTrips) {
   EXPECT_EQ(Gated([&] { return obDN("Email=caf\xe9").DerEncode(&block, &len); }), -1);
 }
 
-// Decoded names compare by their DER first; an edit must end that, and
-// different octets must still reach the value-by-value rules.
-TEST(DnDer, DecodedNamesCompareByOctetsUntilEdited) {
-  NameDer der = DerOf(obDN("CN=host,O=Example,C=US"));
-  obDN a(der.data(), static_cast<int>(der.size()));
-  obDN b(der.data(), static_cast<int>(der.size()));
-  EXPECT_TRUE(a == b);
-  obDN copy(a);
-  EXPECT_TRUE(copy == b);
-  EXPECT_EQ(a.RemoveCN(), 1);
-  EXPECT_FALSE(a == b);
-  EXPECT_FALSE(b == a);
-  EXPECT_TRUE(a == obDN("O=Example,C=US"));
-  EXPECT_EQ(b.RemoveOid(obASN_id_at_countryName), 1);
-  EXPECT_TRUE(b == obDN("CN=host,O=Example"));
-  EXPECT_TRUE(ValueName(kPrintable, "Example  CA") == ValueName(kUtf8, "example ca"));
-}
-
 TEST(DnDer, DecodeFailures) {
   const char* kFailed = "obDN_imp::Decode: failed to decode the name";
-  for (const char* hex : {"", "30", "30 05 31 03 30 01", "31 00", "30 00 00",
-                          "30 0B 31 09 30 07 06 03 55 04 03 02 00",  // not a string alternative
-                          "30 0C 31 0A 30 08 06 03 55 04 03 13 01 80"}) {  // not a PrintableString character
+  for (const char* hex : {"", "31 00", "30 0B 31 09 30 07 06 03 55 04 03 02 00"}) {  // last: not a string
     std::vector<unsigned char> der = Hex(hex);
     obDN dn("CN=kept");
     EXPECT_EQ(Gated([&] { return dn.Decode(der.data(), static_cast<int>(der.size())); }, kFailed), -1) << hex;
@@ -345,9 +275,6 @@ TEST(DnDer, DecodeFailures) {
   EXPECT_EQ(Gated([] { return obDN().Decode(nullptr, 3); }, kFailed), -1);
   std::vector<unsigned char> empty = Hex("30 00");
   EXPECT_EQ(Gated([&] { return obDN().Decode(empty.data(), -1); }, kFailed), -1);
-  obDN none(empty.data(), 2);
-  EXPECT_EQ(Str(none), "");
-  EXPECT_EQ(none.Count(), 0);
 
   // An attribute type too long for the shared 256-octet buffer cannot be printed.
   std::vector<unsigned char> arcs(200, 0x81);
@@ -361,7 +288,7 @@ TEST(DnDer, DecodeFailures) {
             -1);
 }
 
-TEST(DnHostile, RandomAndOversizedInput) {
+TEST(DnHostile, RandomTextAndOversizedInput) {
   std::mt19937 rng(7);
   const char alphabet[] = "CNOU=,+;\"\\ \n.01aZ#";
   for (int round = 0; round < 3000; ++round) {
@@ -369,11 +296,6 @@ TEST(DnHostile, RandomAndOversizedInput) {
     for (int n = static_cast<int>(rng() % 40); n > 0; --n) text += alphabet[rng() % (sizeof alphabet - 1)];
     obDN dn(text.c_str());
     EXPECT_TRUE(!dn.GetName() || dn.GetStr()) << text;
-    std::vector<unsigned char> bytes(rng() % 64);
-    for (unsigned char& b : bytes) b = static_cast<unsigned char>(rng());
-    if (!bytes.empty()) bytes[0] = 0x30;
-    obDN decoded(bytes.data(), static_cast<int>(bytes.size()));
-    if (decoded.GetName()) decoded.GetStr();
   }
   std::string huge;
   for (int i = 0; i < 20000; ++i) huge += "OU=unit" + std::to_string(i) + ",";
@@ -392,42 +314,31 @@ TEST(DnHostile, RandomAndOversizedInput) {
   EXPECT_EQ(Gated([&] { return obDN().Decode(deep.data(), static_cast<int>(deep.size())); }), -1);
 }
 
+// Thin wrappers over obDN: one case per outcome.
 TEST(DnFlat, StringFunctions) {
   EXPECT_EQ(obDN_cmp_strings("CN=a,O=b", "cn=A, o=B"), 1);
-  EXPECT_EQ(obDN_cmp_strings("CN=a,O=b", "CN=a"), 0);
   EXPECT_EQ(obDN_cmp_strings(nullptr, "CN=a"), 0);
   EXPECT_EQ(Gated([] { return obDN_cmp_strings("bad", "bad"); }), 0);
   EXPECT_EQ(obDN_contains_suffix("CN=x,O=y", "O=y"), 1);
-  EXPECT_EQ(obDN_contains_suffix("CN=x,O=y", "CN=x"), 0);
   EXPECT_EQ(obDN_contains_suffix("CN=x", nullptr), -1);
   EXPECT_EQ(obDN_IsLegalDN("CN=x"), 1);
   EXPECT_EQ(obDN_IsLegalDN(""), 0);
   EXPECT_EQ(Gated([] { return obDN_IsLegalDN("CN"); }), 0);
   EXPECT_EQ(obDN_IsLegalDN(nullptr), 0);
-
   char out[32];
-  EXPECT_EQ(obDN_CN_from_string("CN=x,OU=u,O=y", out, sizeof out), 0);
-  EXPECT_STREQ(out, "x");
-  EXPECT_EQ(obDN_OU_from_string("CN=x,OU=u,O=y", out, sizeof out), 0);
-  EXPECT_STREQ(out, "u");
+  auto text = [&](int rc) { return rc == 0 ? std::string(out) : "rc " + std::to_string(rc); };
+  EXPECT_EQ(text(obDN_CN_from_string("CN=x,OU=u,O=y", out, sizeof out)), "x");
+  EXPECT_EQ(text(obDN_OU_from_string("CN=x,OU=u,O=y", out, sizeof out)), "u");
   EXPECT_EQ(Gated([&] { return obDN_CN_from_string(nullptr, out, sizeof out); }), -1);
-  EXPECT_EQ(obDN_add_CN("O=y", "new, host", out, sizeof out), 0);
-  EXPECT_STREQ(out, "CN=new\\, host,O=y");
-  EXPECT_EQ(obDN_add_CN("CN=old,O=y", "new", out, sizeof out), 0);
-  EXPECT_STREQ(out, "CN=new,O=y");
-  EXPECT_EQ(obDN_add_CN("", "only", out, sizeof out), 0);
-  EXPECT_STREQ(out, "CN=only");
+  EXPECT_EQ(text(obDN_add_CN("O=y", "new, host", out, sizeof out)), "CN=new\\, host,O=y");
+  EXPECT_EQ(text(obDN_add_CN("CN=old,O=y", "new", out, sizeof out)), "CN=new,O=y");
+  EXPECT_EQ(text(obDN_add_CN("", "only", out, sizeof out)), "CN=only");
   EXPECT_EQ(Gated([&] { return obDN_add_CN("O=y", nullptr, out, sizeof out); }, "obDN_add_CN: no valid name"), -1);
-  EXPECT_EQ(obDN_remove_CN("CN=x,O=y", out, sizeof out), 0);
-  EXPECT_STREQ(out, "O=y");
-  EXPECT_EQ(obDN_remove_CN("O=y,CN=x", out, sizeof out), 0);
-  EXPECT_STREQ(out, "O=y,CN=x");
-  EXPECT_EQ(Gated([&] { return obDN_remove_CN("CN=x,O=y", out, 3); }, "obDN_remove_CN: text of 3 octets does not fit 3"),
-            -1);
-
+  EXPECT_EQ(text(obDN_remove_CN("CN=x,O=y", out, sizeof out)), "O=y");
+  EXPECT_EQ(
+      Gated([&] { return obDN_remove_CN("CN=x,O=y", out, 3); }, "obDN_remove_CN: text of 3 octets does not fit 3"), -1);
   NameDer der = DerOf(obDN("CN=x,O=y"));
   obDN* dn = obDN_DER_Decode(der.data(), static_cast<int>(der.size()));
-  ASSERT_NE(dn, nullptr);
   EXPECT_STREQ(obDN_GetStr(dn), "CN=x,O=y");
   obDN_Free(dn);
   EXPECT_EQ(Gated([&] { return obDN_DER_Decode(der.data(), 3) ? 0 : -1; }), -1);

@@ -61,11 +61,8 @@ TEST(GeneralName, TextForms) {
       {Other(kPrivate, "v"), obGN_otherName, "OID.1.2.3.4: v"},
       {obGeneralName(), obGN_otherName, ": "},
       {Text(obGN_rfc822Name, "a@b.example"), obGN_rfc822Name, "a@b.example"},
-      {Text(obGN_dNSName, "Host.example"), obGN_dNSName, "Host.example"},
-      {Text(obGN_uniformResourceIdentifier, "http://x/"), obGN_uniformResourceIdentifier, "http://x/"},
       {obGeneralName(obDN("cn=a, o=b")), obGN_directoryName, "CN=a,O=b"},
       {obGeneralName(static_cast<unsigned int>(v4.s_addr)), obGN_iPAddress, "10.1.2.3"},
-      {Ip("255.0.0.1"), obGN_iPAddress, "255.0.0.1"},
       {Ip("2001:db8::1"), obGN_iPAddress, "2001:db8::1"},
       {obGeneralName(masked, 8), obGN_iPAddress, "192.168.0.0/255.255.0.0"},
   };
@@ -74,17 +71,13 @@ TEST(GeneralName, TextForms) {
     EXPECT_STREQ(c.name.GetStr(), c.text);
     EXPECT_EQ(c.name.GetDN() != nullptr, c.kind == obGN_directoryName) << c.text;
   }
-  obGeneralName ip(static_cast<unsigned int>(v4.s_addr));
-  EXPECT_EQ(ip.GetIP(), v4.s_addr);
   int len = 0;
-  EXPECT_EQ(ip.GetIPAddress(&len)[0], 10);
+  EXPECT_EQ(cases[5].name.GetIP(), v4.s_addr);
+  EXPECT_EQ(cases[5].name.GetIPAddress(&len)[0], 10);
   EXPECT_EQ(len, 4);
-  EXPECT_EQ(Text(obGN_dNSName, "x").GetIP(), 0u);
-  EXPECT_EQ(Text(obGN_dNSName, "x").GetIPAddress(&len), nullptr);
+  EXPECT_EQ(cases[3].name.GetIP(), 0u);
+  EXPECT_EQ(cases[3].name.GetIPAddress(&len), nullptr);
   EXPECT_EQ(len, 0);
-  std::unique_ptr<obGeneralNames> kept = Decode(Hex(kKeptKinds));
-  ASSERT_NE(kept, nullptr);
-  EXPECT_EQ(Texts(*kept), std::vector<std::string>(3, ""));
 }
 
 TEST(GeneralName, EqualityRules) {
@@ -99,13 +92,12 @@ TEST(GeneralName, EqualityRules) {
       {Text(obGN_uniformResourceIdentifier, std::string("a\0b", 3)),
        Text(obGN_uniformResourceIdentifier, std::string("a\0c", 3)), 0},  // all octets count
       {obGeneralName(obDN("CN=a,O=b")), obGeneralName(obDN("cn=A, o=B")), 1},
-      {obGeneralName(obDN("CN=a,O=b")), obGeneralName(obDN("O=b")), 0},
       {Ip("10.1.2.3"), Ip("10.1.2.3"), 1},
       {Ip("10.1.2.3"), Ip("10.1.2.4"), 0},
       {Ip("::a01:203"), Ip("10.1.2.3"), 0},
       {Other(kUpn, "u@r"), Other(obASN_id_principalName, "u@r"), 1},  // the table's constant, whatever was given
       {Other(kUpn, "u@r"), Other(kUpn, "U@r"), 0},
-      {Other(kPrivate, "v"), Other(kPrivate, "v"), 0},  // private types are distinct objects
+      {Other(kPrivate, "v"), Other(kPrivate, "v"), 0},                 // private types are distinct objects
       {privateName, obGeneralName(privateName), 0},
       {obGeneralName(), obGeneralName(), 1},
   };
@@ -116,16 +108,16 @@ TEST(GeneralName, EqualityRules) {
   }
   EXPECT_EQ(privateName.Equal(privateName), 1);
   EXPECT_EQ(Other(kUpn, "x").GetOtherOid(), &obASN_id_principalName);
-  EXPECT_NE(privateName.GetOtherOid(), &kPrivate);
   EXPECT_EQ(*privateName.GetOtherOid(), kPrivate);
 
+  // Kinds kept only as DER never compare equal, not even to themselves, and print as nothing.
   std::unique_ptr<obGeneralNames> kept = Decode(Hex(kKeptKinds));
   ASSERT_NE(kept, nullptr);
+  EXPECT_EQ(Texts(*kept), std::vector<std::string>(3, ""));
   const obGNtype kinds[] = {obGN_x400Address, obGN_ediPartyName, obGN_registeredID};
-  ASSERT_EQ(kept->Count(), 3);
   for (int i = 0; i < kept->Count(); ++i) {
     EXPECT_EQ(kept->Get(i)->GetType(), kinds[i]);
-    EXPECT_EQ(kept->Get(i)->Equal(*kept->Get(i)), 0);  // never equal, not even to themselves
+    EXPECT_EQ(kept->Get(i)->Equal(*kept->Get(i)), 0);
   }
 }
 
@@ -134,19 +126,18 @@ TEST(GeneralName, FailuresAreReported) {
                   "obGeneralName_imp: kind 4 is not a text name"),
             obGN_otherName);
   const unsigned char five[5] = {1, 2, 3, 4, 5};
-  EXPECT_EQ(Gated([&] { return obGeneralName(five, 5).GetType(); }, "obGeneralName_imp: unsupported iPAddress length 5"),
-            obGN_otherName);
-  obASN_GeneralName out;
+  EXPECT_EQ(
+      Gated([&] { return obGeneralName(five, 5).GetType(); }, "obGeneralName_imp: unsupported iPAddress length 5"),
+      obGN_otherName);
+  obASN_GeneralName out, none, oddIp;
   EXPECT_EQ(Gated([&] { return obGeneralName().ToAsn(out); }, "obGeneralName_imp::ToAsn: other name without a type"),
             -1);
-  obASN_GeneralName none;
   obGeneralName name = Text(obGN_dNSName, "kept");
-  EXPECT_EQ(Gated([&] { return name.FromAsn(none); }, "obGeneralName_imp::FromAsn: cannot convert GeneralName choice -1"),
-            -1);
+  EXPECT_EQ(
+      Gated([&] { return name.FromAsn(none); }, "obGeneralName_imp::FromAsn: cannot convert GeneralName choice -1"),
+      -1);
   EXPECT_STREQ(name.GetStr(), ": ");  // left empty
-  obASN_GeneralName oddIp;
   oddIp.Select_iPAddress().Set(five, 3);
-  EXPECT_EQ(Gated([&] { return name.FromAsn(oddIp); }), -1);
   obASN_GeneralNames list;
   list.items.push_back(oddIp);
   list.Append().Select_dNSName() = obAsnIA5String("ok");
@@ -166,7 +157,6 @@ TEST(GeneralNames, ListOperations) {
   obGeneralName dns = Text(obGN_dNSName, "a.example");
   EXPECT_EQ(names.Match(&dns), 0);  // an empty list matches nothing
   EXPECT_EQ(names.Add(new obGeneralName(dns)), 0);
-  EXPECT_EQ(names.Add_IfNotExist(dns), 0);
   EXPECT_EQ(names.Add_IfNotExist(new obGeneralName(dns)), 0);  // released
   EXPECT_EQ(names.Add_IfNotExist(Other(kPrivate, "v")), 1);
   EXPECT_EQ(names.Add_IfNotExist(Other(kPrivate, "v")), 1);  // private types never match
@@ -176,67 +166,52 @@ TEST(GeneralNames, ListOperations) {
   ASSERT_EQ(names.Count(), 4);
   EXPECT_EQ(names.Get(4), nullptr);
   EXPECT_EQ(names.Get(-1), nullptr);
-  EXPECT_EQ(names.Match(&dns), 1);
   EXPECT_EQ(names.Match(nullptr), 0);
-
   EXPECT_EQ(names.GetFirstOfType(obGN_dNSName, nullptr), names.Get(0));
   EXPECT_EQ(names.GetFirstOfType(obGN_otherName, nullptr), nullptr);
   EXPECT_EQ(names.GetFirstOfType(obGN_otherName, &kPrivate), names.Get(1));  // by value here
   EXPECT_EQ(names.GetFirstOfType(obGN_otherName, &obASN_id_principalName), names.Get(3));
-  EXPECT_EQ(names.GetFirstOfType(obGN_iPAddress, nullptr), nullptr);
-
-  EXPECT_EQ(Gated([&] { return names.Set(4, nullptr); }, "obGeneralNames_imp::Set: index 4 out of range (count 4)"), -1);
+  EXPECT_EQ(Gated([&] { return names.Set(4, nullptr); }, "obGeneralNames_imp::Set: index 4 out of range (count 4)"),
+            -1);
   EXPECT_EQ(names.Set(0, nullptr), 0);  // an empty slot
   EXPECT_EQ(names.Match(&dns), 0);
   EXPECT_EQ(names.GetFirstOfType(obGN_dNSName, nullptr), nullptr);
   EXPECT_EQ(names.Set(0, new obGeneralName(dns)), 0);
-
   obGeneralNames other, empty;
   other.Add(new obGeneralName(Ip("10.0.0.1")));
   EXPECT_EQ(names.Match(other), 0);
   other.Add(new obGeneralName(Text(obGN_dNSName, "a.example")));
   EXPECT_EQ(names.Match(other), 1);
-  EXPECT_EQ(other.Match(names), 1);
   EXPECT_EQ(names.Match(empty), 0);
   EXPECT_EQ(empty.Match(names), 0);
-
   obGeneralNames copy(names);
   copy.Set(0, new obGeneralName(Ip("10.0.0.2")));
   EXPECT_STREQ(names.Get(0)->GetStr(), "a.example");
-  EXPECT_NE(copy.Get(1), names.Get(1));
 }
 
-TEST(GeneralNames, DerRoundTrips) {
+TEST(GeneralNames, DerRoundTripsAndPrinting) {
   obGeneralNames names;
   names.Add(new obGeneralName(Text(obGN_dNSName, "a")));
   names.Add(new obGeneralName(Other(kUpn, "u")));
-  const std::string kDer = "30 16 82 01 61 A0 11 06 0A 2B 06 01 04 01 82 37 14 02 03 A0 03 0C 01 75";
   NameDer der = DerOf(names);
-  EXPECT_EQ(ToHex(der.data(), der.size()), kDer);
+  EXPECT_EQ(ToHex(der.data(), der.size()), "30 16 82 01 61 A0 11 06 0A 2B 06 01 04 01 82 37 14 02 03 A0 03 0C 01 75");
   std::unique_ptr<obGeneralNames> back = Decode(der);
   ASSERT_NE(back, nullptr);
-  EXPECT_EQ(Texts(*back), (std::vector<std::string>{"a", "principalName: u"}));
   EXPECT_EQ(back->Get(1)->Equal(*names.Get(1)), 1);
-
-  std::unique_ptr<obGeneralNames> kept = Decode(Hex(kKeptKinds));
-  EXPECT_EQ(ToHex(DerOf(*kept).data(), DerOf(*kept).size()), kKeptKinds);
+  NameDer kept = DerOf(*Decode(Hex(kKeptKinds)));
+  EXPECT_EQ(ToHex(kept.data(), kept.size()), kKeptKinds);
   EXPECT_EQ(ToHex(DerOf(obGeneralNames()).data(), 2), "30 00");
   EXPECT_EQ(Gated([&] { return names.DerEncode(nullptr, nullptr); }, "obGeneralNames_imp::DerEncode: no output"), -1);
-}
 
-TEST(GeneralNames, Printing) {
-  obGeneralNames names;
-  names.Add(new obGeneralName(Text(obGN_dNSName, "a.example")));
-  names.Add(new obGeneralName(Ip("10.1.2.3")));
+  names.Set(1, new obGeneralName(Ip("10.1.2.3")));
   ObStream s;
   names.Sprint(&s, "alt", 1);
-  EXPECT_EQ(s.str(), "\talt:\n\t\tdNSName: a.example\n\t\tiPAddress: 10.1.2.3\n");
-  EXPECT_EQ(Printed([&](FILE* f) { names.Fprint(f, 0); }), "\tdNSName: a.example\n\tiPAddress: 10.1.2.3\n");
-  EXPECT_EQ(Printed([&](FILE* f) { names.Get(0)->Fprint(f, 2); }), "\t\tdNSName: a.example\n");
+  EXPECT_EQ(s.str(), "\talt:\n\t\tdNSName: a\n\t\tiPAddress: 10.1.2.3\n");
+  EXPECT_EQ(Printed([&](FILE* f) { names.Fprint(f, 0); }), "\tdNSName: a\n\tiPAddress: 10.1.2.3\n");
+  EXPECT_EQ(Printed([&](FILE* f) { names.Get(0)->Fprint(f, 2); }), "\t\tdNSName: a\n");
   DiagCapture diag;
   names.Herror("names");
   names.Get(1)->Herror("ip");
-  EXPECT_TRUE(diag.Saw("names:"));
   EXPECT_TRUE(diag.Saw("\tiPAddress: 10.1.2.3"));
   EXPECT_TRUE(diag.Saw("ip: iPAddress: 10.1.2.3"));
 }
@@ -253,13 +228,11 @@ TEST(GeneralNames, OpensslSubjectAltName) {
              "otherName.2 = 1.2.3.4;UTF8:custom\notherName.3 = 1.2.3.5;INT:7\nRID.1 = 1.2.3.4\n"
              "[ altdir ]\nC = DE\nO = Alt Org\nCN = Alt Name\n");
   std::unique_ptr<obASN_Certificate> cert = DecodeCert(tool.Cert("/CN=san", "-extensions ext", "san.cnf"));
-  ASSERT_NE(cert, nullptr);
-  ASSERT_TRUE(cert->tbsCertificate.extensions);
-  const obASN_Extension* san = nullptr;
+  ASSERT_TRUE(cert && cert->tbsCertificate.extensions);
+  NameDer der;
   for (const obASN_Extension& ext : cert->tbsCertificate.extensions->items)
-    if (ext.extnID == obASN_id_ce_subjectAltName) san = &ext;
-  ASSERT_NE(san, nullptr);
-  NameDer der(san->extnValue.data(), san->extnValue.data() + san->extnValue.size());
+    if (ext.extnID == obASN_id_ce_subjectAltName)
+      der.assign(ext.extnValue.data(), ext.extnValue.data() + ext.extnValue.size());
   std::unique_ptr<obGeneralNames> names = Decode(der);
   ASSERT_NE(names, nullptr);
   EXPECT_EQ(Texts(*names), (std::vector<std::string>{"www.example.com", "WWW.example.com", "10.1.2.3", "2001:db8::1",

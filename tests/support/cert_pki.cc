@@ -7,6 +7,7 @@
 #include "nycert/asn1/modules/pkix1_explicit.h"
 #include "nycert/asn1/runtime/asn_bufset.h"
 #include "nycert/certs/signature_alg.h"
+#include "nycert/certs/signed.h"
 #include "nycert/keys/pubkey.h"
 #include "nycert/keys/rsa_import.h"
 #include "nycert/platform/nybcrypt.h"
@@ -21,6 +22,8 @@ obPubKey* ImportPem(const std::string& path) {
 void WriteText(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 
 }  // namespace
+
+void FreeSigned::operator()(obSigned* obj) const { obFreeSigned(obj); }
 
 TestPki::TestPki() : caKey_(CachedKey(2048)) {
   WriteText(dir_.File("ca.cnf"),
@@ -142,6 +145,23 @@ Bytes SerialOctets(int64_t v) {
     ++start;
   return Bytes(octets.begin() + static_cast<long>(start), octets.end());
 }
+
+Bytes Tlv(unsigned char tag, const Bytes& content) {
+  size_t n = content.size();
+  Bytes out = n < 0x80 ? Bytes{tag, static_cast<unsigned char>(n)}
+                       : n < 0x100 ? Bytes{tag, 0x81, static_cast<unsigned char>(n)}
+                                   : Bytes{tag, 0x82, static_cast<unsigned char>(n >> 8), static_cast<unsigned char>(n)};
+  out.insert(out.end(), content.begin(), content.end());
+  return out;
+}
+
+Bytes Cat(std::initializer_list<Bytes> parts) {
+  Bytes out;
+  for (const Bytes& part : parts) out.insert(out.end(), part.begin(), part.end());
+  return out;
+}
+
+Bytes Text(const std::string& text) { return Bytes(text.begin(), text.end()); }
 
 const TestPki& SharedPki() {
   static const TestPki pki;

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,8 +17,21 @@
 class obASN_Certificate;
 class obAsnType;
 class obPubKey;
+class obSigned;
 
 using Bytes = std::vector<unsigned char>;
+
+// Owns one reference to a signed object: a certificate or a CRL.
+struct FreeSigned {
+  void operator()(obSigned* obj) const;
+};
+template <class T>
+using SignedPtr = std::unique_ptr<T, FreeSigned>;
+// A T made from der, whether it decodes or not.
+template <class T>
+SignedPtr<T> Decoded(const Bytes& der) {
+  return SignedPtr<T>(new T(der.data(), static_cast<unsigned>(der.size())));
+}
 
 // What one issued certificate should carry.
 struct CertRequest {
@@ -88,6 +102,12 @@ struct CrlOptions {
 Bytes MakeCrl(const TestPki& pki, const std::vector<RevokedEntry>& revoked, const CrlOptions& options = {});
 // The shortest two's-complement octets of v.
 Bytes SerialOctets(int64_t v);
+
+// Hand-built DER: an element of tag with a definite length (content up to
+// 65535 octets), runs of octets joined, and text as octets.
+Bytes Tlv(unsigned char tag, const Bytes& content);
+Bytes Cat(std::initializer_list<Bytes> parts);
+Bytes Text(const std::string& text);
 
 // The shared PKI of a test binary, made on first use.
 const TestPki& SharedPki();

@@ -1,7 +1,11 @@
-// Running the built nycert program as a user runs it.
+// Running the built nycert program as a user runs it, and test bodies in
+// child processes.
 #ifndef NYCERT_TESTS_SUPPORT_TOOL_RUN_H_
 #define NYCERT_TESTS_SUPPORT_TOOL_RUN_H_
 
+#include <sys/types.h>
+
+#include <functional>
 #include <string>
 
 struct ToolResult {
@@ -18,5 +22,10 @@ std::string ShellQuote(const std::string& text);
 
 // How often what occurs in text.
 size_t CountOccurrences(const std::string& text, const std::string& what);
+
+// Runs body in a forked child whose exit status is body's answer: its pid.
+pid_t Spawn(const std::function<int()>& body);
+// The exit status of child pid, or 128 + the signal that ended it.
+int Wait(pid_t pid);
 
 #endif  // NYCERT_TESTS_SUPPORT_TOOL_RUN_H_
