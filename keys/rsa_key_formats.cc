@@ -54,6 +54,20 @@ int RsaPkParts(const unsigned char* der, unsigned long len, nyBinBuf& modulus, n
   return 0;
 }
 
+// An encoded RSA SubjectPublicKeyInfo to its modulus and exponent: 0, or -1 (reported).
+int PkInfoParts(const unsigned char* der, unsigned long len, nyBinBuf& modulus, nyBinBuf& exponent) {
+  obASN_SubjectPublicKeyInfo info;
+  if (len == 0 || obAsnDecode(info, der, len) < 0 || info.subjectPublicKey.BitLen() % 8 != 0) {
+    OB_HERROR("obPkInfo2RsaPk decofing PublicKeyInfo failed");
+    return -1;
+  }
+  if (info.algorithm.algorithm != obASN_rsaEncryption) {
+    OB_HERROR("obPkInfo2RsaPk wrong algorithm");
+    return -1;
+  }
+  return RsaPkParts(info.subjectPublicKey.Octets(), info.subjectPublicKey.OctetLen(), modulus, exponent);
+}
+
 }  // namespace
 
 int obRsaPk2PKCS1(const unsigned char* modulus, int modulusLen, const unsigned char* exponent, int exponentLen,
@@ -117,17 +131,7 @@ int obPKCS1toRsaPk(const nyBinBuf& pkcs1, nyBinBuf& modulus, nyBinBuf& exponent)
 }
 
 int obPkInfo2RsaPk(const nyBinBuf& pkInfo, nyBinBuf& modulus, nyBinBuf& exponent) {
-  obASN_SubjectPublicKeyInfo info;
-  if (pkInfo.IsEmpty() || obAsnDecode(info, pkInfo.Data(), pkInfo.Len()) < 0 ||
-      info.subjectPublicKey.BitLen() % 8 != 0) {
-    OB_HERROR("obPkInfo2RsaPk decofing PublicKeyInfo failed");
-    return -1;
-  }
-  if (info.algorithm.algorithm != obASN_rsaEncryption) {
-    OB_HERROR("obPkInfo2RsaPk wrong algorithm");
-    return -1;
-  }
-  return RsaPkParts(info.subjectPublicKey.Octets(), info.subjectPublicKey.OctetLen(), modulus, exponent);
+  return PkInfoParts(pkInfo.Data(), pkInfo.Len(), modulus, exponent);
 }
 
 // RSAPublicKey ::= SEQUENCE { modulus INTEGER, ... }
@@ -140,7 +144,7 @@ int obPublicDer2RsaPk(const unsigned char* der, size_t len, nyBinBuf& modulus, n
     return -1;
   }
   if (obDerReader(fields).PeekTag() == kDerInteger) return RsaPkParts(der, len, modulus, exponent);
-  return obPkInfo2RsaPk(nyBinBuf(der, static_cast<unsigned>(len)), modulus, exponent);
+  return PkInfoParts(der, len, modulus, exponent);
 }
 
 int obPKCS8fromPKCS1(const nyBinBuf& pkcs1, nyBinBuf& out) {
