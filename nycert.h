@@ -81,5 +81,7 @@
 #include "nycert/crl/crl_number.h"
 #include "nycert/crl/file_db.h"
 #include "nycert/crl/issuing_dp.h"
+#include "nycert/crl/validate_params.h"
+#include "nycert/crl/validation_rc.h"
 
 #endif  // NYCERT_NYCERT_H_
