@@ -3,7 +3,9 @@
 #ifndef NYCERT_NYCERT_H_
 #define NYCERT_NYCERT_H_
 
+#include "nycert/platform/export.h"
 #include "nycert/platform/mtmutex.h"
+#include "nycert/platform/obclock.h"
 #include "nycert/platform/nybcrypt.h"
 #include "nycert/platform/obd_env.h"
 #include "nycert/platform/obrand.h"

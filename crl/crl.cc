@@ -11,6 +11,7 @@
 #include "nycert/crl/crl_imp_internal.h"
 #include "nycert/names/obdn.h"
 #include "nycert/platform/hash_table.h"
+#include "nycert/platform/obclock.h"
 
 obCRL_imp::~obCRL_imp() {
   hash_destroy(table);
@@ -206,7 +207,7 @@ int obCRL::GetUsed() const { return imp_->used.load(std::memory_order_relaxed); 
 
 void obCRL::SetUsed() {
   imp_->used.fetch_add(1, std::memory_order_relaxed);
-  imp_->lastUsed.store(static_cast<long>(std::time(nullptr)), std::memory_order_relaxed);
+  imp_->lastUsed.store(ob_time_now(), std::memory_order_relaxed);
 }
 
 void obCRL::UnSetUsed() {

@@ -18,6 +18,7 @@
 #include "nycert/names/general_name.h"
 #include "nycert/platform/fileops.h"
 #include "nycert/platform/find_file.h"
+#include "nycert/platform/obclock.h"
 
 #define CRLDB_TRACE(...) OB_TDERROR("CrlDB", 4, __VA_ARGS__)
 
@@ -81,7 +82,7 @@ obCRL* ReadCrl(const char* me, FileDB* fdb, const std::string& key, long* expiry
     CRLDB_TRACE("%s: record not found", me);
     return nullptr;
   }
-  if (record.IsOld(static_cast<long>(std::time(nullptr)))) {
+  if (record.IsOld(ob_time_now())) {
     CRLDB_TRACE("%s: old record", me);
     return nullptr;
   }
@@ -266,7 +267,7 @@ int CrlDB::Remove(const obGeneralName* dp, const char* suffix) {
 
 int CrlDB::GarbageCollector() {
   static const char me[] = "CrlDB::GarbageCollector";
-  long now = static_cast<long>(std::time(nullptr));
+  long now = ob_time_now();
   CRLDB_TRACE("%s: Performing CRL cache garbage collection.", me);
   CRLDB_TRACE("%s: time", me);
   CRLDB_TRACE("%s: now= %ld", me, now);
