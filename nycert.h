@@ -3,6 +3,7 @@
 #ifndef NYCERT_NYCERT_H_
 #define NYCERT_NYCERT_H_
 
+#include "nycert/platform/cpu_count.h"
 #include "nycert/platform/export.h"
 #include "nycert/platform/mtmutex.h"
 #include "nycert/platform/obclock.h"
@@ -15,6 +16,9 @@
 #include "nycert/platform/fileops.h"
 #include "nycert/platform/find_file.h"
 #include "nycert/platform/hash_table.h"
+#include "nycert/platform/registry.h"
+#include "nycert/platform/rtapc.h"
+#include "nycert/platform/rtcomm.h"
 
 #include "nycert/buffers/diag.h"
 #include "nycert/buffers/filebuf.h"
@@ -57,7 +61,13 @@
 #include "nycert/names/obdn.h"
 #include "nycert/names/obdn_flat.h"
 
+#include "nycert/keys/dh_group_load.h"
+#include "nycert/keys/dh_groups.h"
+#include "nycert/keys/dh_params.h"
 #include "nycert/keys/digest_info.h"
+#include "nycert/keys/key_task.h"
+#include "nycert/keys/key_task_mngmnt.h"
+#include "nycert/keys/nysdh.h"
 #include "nycert/keys/nysrsa.h"
 #include "nycert/keys/pk_types.h"
 #include "nycert/keys/pkcs1_pad.h"

@@ -66,7 +66,9 @@ class obPubKey : public obPKobj {
                obPubKeyCB callback, void* cbContext, obd_env* env);
   int DecryptA(obPKop_type op, const unsigned char* in, int inLen, unsigned char* out, int outLen,
                obPubKeyCB callback, void* cbContext, obd_env* env);
-  // SignA and DeriveA go to the implementation's slots until key tasks take them over.
+  // SignA and DeriveA queue key tasks on the worker pool (synchronous when
+  // no pool runs) and call back on env: the task's identifier, or a negative
+  // result when nothing was queued.
   int SignA(obPKop_type op, ob_md_type md, const unsigned char* in, int inLen, obPubKeyCB callback, void* cbContext,
             obd_env* env);
   int VerifyA(obPKop_type op, ob_md_type md, const unsigned char* data, int dataLen, const unsigned char* sig,
