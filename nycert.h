@@ -4,7 +4,9 @@
 #define NYCERT_NYCERT_H_
 
 #include "nycert/platform/export.h"
+#include "nycert/platform/g_env.h"
 #include "nycert/platform/mtmutex.h"
+#include "nycert/platform/obcache.h"
 #include "nycert/platform/obclock.h"
 #include "nycert/platform/nybcrypt.h"
 #include "nycert/platform/obd_env.h"
@@ -78,6 +80,7 @@
 #include "nycert/certs/signature_alg.h"
 #include "nycert/certs/signed.h"
 #include "nycert/crl/crl.h"
+#include "nycert/crl/crl_cache.h"
 #include "nycert/crl/crl_db.h"
 #include "nycert/crl/crl_db_key.h"
 #include "nycert/crl/crl_number.h"
