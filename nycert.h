@@ -99,4 +99,9 @@
 #include "nycert/crl/validate_params.h"
 #include "nycert/crl/validation_rc.h"
 
+#include "nycert/validate/cert_validity.h"
+#include "nycert/validate/name_constraints.h"
+#include "nycert/validate/validate_path.h"
+#include "nycert/validate/validation_text.h"
+
 #endif  // NYCERT_NYCERT_H_
