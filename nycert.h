@@ -4,7 +4,9 @@
 #define NYCERT_NYCERT_H_
 
 #include "nycert/platform/export.h"
+#include "nycert/platform/g_env.h"
 #include "nycert/platform/mtmutex.h"
+#include "nycert/platform/obcache.h"
 #include "nycert/platform/obclock.h"
 #include "nycert/platform/nybcrypt.h"
 #include "nycert/platform/obd_env.h"
@@ -81,6 +83,7 @@
 #include "nycert/certs/signature_alg.h"
 #include "nycert/certs/signed.h"
 #include "nycert/crl/crl.h"
+#include "nycert/crl/crl_cache.h"
 #include "nycert/crl/crl_db.h"
 #include "nycert/crl/crl_db_key.h"
 #include "nycert/crl/crl_number.h"
@@ -91,5 +94,10 @@
 
 #include "nycert/keystore/p12_password.h"
 #include "nycert/keystore/pkcs12.h"
+
+#include "nycert/validate/cert_validity.h"
+#include "nycert/validate/name_constraints.h"
+#include "nycert/validate/validate_path.h"
+#include "nycert/validate/validation_text.h"
 
 #endif  // NYCERT_NYCERT_H_
