@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "nycert/asn1/modules/cms.h"
+#include "nycert/asn1/modules/cms_content.h"
 #include "nycert/asn1/runtime/asn_any.h"
 #include "nycert/asn1/runtime/asn_buf.h"
 #include "nycert/buffers/diag.h"
@@ -65,7 +65,7 @@ void AddSlots(Set& set, const List* list) {
 
 }  // namespace
 
-// ContentInfo ::= SEQUENCE { contentType ContentType,
+// ContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER,
 //                            content [0] EXPLICIT ANY DEFINED BY contentType OPTIONAL }
 // SignedData ::= SEQUENCE { version, digestAlgorithms, encapContentInfo,
 //     certificates [0] IMPLICIT CertificateSet OPTIONAL,
@@ -111,10 +111,10 @@ int obCertCRL2PKCS7(obCerts* certs, obCRLs* crls, const char* buf, unsigned int 
   len = 0;
   auto* signedData = new obASN_SignedData;
   obASN_ContentInfo info;
-  static_cast<obAsnOid&>(info.contentType) = obASN_id_signedData;
+  info.contentType = obASN_id_signedData;
   info.content.emplace().SetValue(signedData);
   signedData->version = obASN_CMSVersion(1);
-  static_cast<obAsnOid&>(signedData->encapContentInfo.eContentType) = obASN_id_data;
+  signedData->encapContentInfo.eContentType = obASN_id_data;
   if (certs && certs->Count() > 0) AddSlots(signedData->certificates.emplace(), certs);
   if (crls && crls->Count() > 0) AddSlots(signedData->crls.emplace(), crls);
 
