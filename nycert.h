@@ -77,6 +77,7 @@
 #include "nycert/certs/key_usage.h"
 #include "nycert/certs/signature_alg.h"
 #include "nycert/certs/signed.h"
+#include "nycert/certs/x509_sign.h"
 #include "nycert/crl/crl.h"
 #include "nycert/crl/crl_db.h"
 #include "nycert/crl/crl_db_key.h"
