@@ -80,6 +80,7 @@
 #include "nycert/certs/x509_sign.h"
 #include "nycert/crl/crl.h"
 #include "nycert/crl/crl_db.h"
+#include "nycert/crl/crl_encoder.h"
 #include "nycert/crl/crl_db_key.h"
 #include "nycert/crl/crl_number.h"
 #include "nycert/crl/file_db.h"
