@@ -88,4 +88,6 @@
 #include "nycert/crl/validate_params.h"
 #include "nycert/crl/validation_rc.h"
 
+#include "nycert/enroll/cert_enroll_rc.h"
+
 #endif  // NYCERT_NYCERT_H_
