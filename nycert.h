@@ -89,5 +89,7 @@
 #include "nycert/crl/validation_rc.h"
 
 #include "nycert/enroll/cert_enroll_rc.h"
+#include "nycert/enroll/cert_template.h"
+#include "nycert/enroll/pkcs10.h"
 
 #endif  // NYCERT_NYCERT_H_
