@@ -88,6 +88,7 @@
 #include "nycert/crl/validate_params.h"
 #include "nycert/crl/validation_rc.h"
 
+#include "nycert/enroll/cert_data_list.h"
 #include "nycert/enroll/cert_enroll_rc.h"
 #include "nycert/enroll/cert_template.h"
 #include "nycert/enroll/pkcs10.h"
