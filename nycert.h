@@ -4,7 +4,9 @@
 #define NYCERT_NYCERT_H_
 
 #include "nycert/platform/export.h"
+#include "nycert/platform/g_env.h"
 #include "nycert/platform/mtmutex.h"
+#include "nycert/platform/obcache.h"
 #include "nycert/platform/obclock.h"
 #include "nycert/platform/nybcrypt.h"
 #include "nycert/platform/obd_env.h"
@@ -79,14 +81,20 @@
 #include "nycert/certs/signed.h"
 #include "nycert/certs/x509_sign.h"
 #include "nycert/crl/crl.h"
+#include "nycert/crl/crl_cache.h"
 #include "nycert/crl/crl_db.h"
-#include "nycert/crl/crl_encoder.h"
 #include "nycert/crl/crl_db_key.h"
+#include "nycert/crl/crl_encoder.h"
 #include "nycert/crl/crl_number.h"
 #include "nycert/crl/file_db.h"
 #include "nycert/crl/issuing_dp.h"
 #include "nycert/crl/validate_params.h"
 #include "nycert/crl/validation_rc.h"
+
+#include "nycert/validate/cert_validity.h"
+#include "nycert/validate/name_constraints.h"
+#include "nycert/validate/validate_path.h"
+#include "nycert/validate/validation_text.h"
 
 #include "nycert/enroll/cert_data_list.h"
 #include "nycert/enroll/cert_enroll_rc.h"
