@@ -45,6 +45,7 @@
 #include "nycert/asn1/runtime/der_reader.h"
 
 #include "nycert/asn1/modules/name_attributes.h"
+#include "nycert/asn1/modules/ocsp.h"
 #include "nycert/asn1/modules/pkcs1.h"
 #include "nycert/asn1/modules/pkcs8.h"
 #include "nycert/asn1/modules/pkcs9.h"
@@ -85,5 +86,8 @@
 #include "nycert/crl/issuing_dp.h"
 #include "nycert/crl/validate_params.h"
 #include "nycert/crl/validation_rc.h"
+
+#include "nycert/validate/ocsp_request.h"
+#include "nycert/validate/ocsp_response.h"
 
 #endif  // NYCERT_NYCERT_H_
