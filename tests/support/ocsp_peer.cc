@@ -139,3 +139,42 @@ std::string IndexLine(char state, const std::string& serialHex, const std::strin
   std::string revoked = state == 'R' ? "231114221320Z" : "";
   return std::string(1, state) + "\t301231235959Z\t" + revoked + "\t" + serialHex + "\tunknown\t" + subject + "\n";
 }
+
+namespace {
+
+CertRequest OcspCertRequest(const std::string& subject, const std::string& serial, const std::string& ext) {
+  CertRequest r;
+  r.subject = subject;
+  r.serial = serial;
+  r.extensions = ext;
+  r.keyBits = 1024;
+  return r;
+}
+
+}  // namespace
+
+OcspPki::OcspPki() : pki(SharedPki()) {
+  good = pki.Issue("ocsp_good", OcspCertRequest("/CN=ocsp good", "0x5001", ""));
+  revoked = pki.Issue("ocsp_revoked", OcspCertRequest("/CN=ocsp revoked", "0x5002", ""));
+  unknown = pki.Issue("ocsp_unknown", OcspCertRequest("/CN=ocsp unknown", "0x5003", ""));
+  delegate = pki.Issue("ocsp_delegate", OcspCertRequest("/CN=ocsp delegate", "0x5004", "extendedKeyUsage=OCSPSigning"));
+  plain = pki.Issue("ocsp_plain", OcspCertRequest("/CN=ocsp plain", "0x5005", "extendedKeyUsage=serverAuth"));
+  WriteBytes(pki.dir() + "/ocsp_index.txt",
+             Text(IndexLine('V', "5001", "/CN=ocsp good") + IndexLine('R', "5002", "/CN=ocsp revoked")));
+  Openssl(pki.dir(), "req -x509 -new -key " + CachedKey(1536) + " -subj /CN=unrelated -days 30 -out ocsp_other.pem");
+}
+
+std::unique_ptr<OcspResponderProcess> OcspPki::Responder(const std::string& args) const {
+  return std::make_unique<OcspResponderProcess>(pki.dir(), "ocsp_index.txt", "-CA ca.pem " + args);
+}
+
+std::string OcspPki::CaSigner() const { return "-rsigner ca.pem -rkey " + pki.CaKeyPath(); }
+
+std::string OcspPki::Signer(const std::string& name) const {
+  return "-rsigner " + name + ".pem -rkey " + (name == "ocsp_other" ? CachedKey(1536) : CachedKey(1024));
+}
+
+const OcspPki& SharedOcspPki() {
+  static OcspPki* shared = new OcspPki;
+  return *shared;
+}

@@ -6,10 +6,11 @@
 
 #include <sys/types.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
-using Bytes = std::vector<unsigned char>;
+#include "support/cert_pki.h"
 
 // `openssl ocsp -index <index> -port 0 <args>` run in dir on a port the
 // system picks; killed with the object. Port() is 0 when it did not start
@@ -53,5 +54,26 @@ bool PostOcsp(const std::string& url, const Bytes& request, long timeoutMs, Byte
 // One line of an openssl CA database: "V" (valid) or "R" (revoked) with the
 // serial in hex.
 std::string IndexLine(char state, const std::string& serialHex, const std::string& subject);
+
+// The shared CA's certificates for OCSP (RSA-1024 keys of their own): one
+// good, one revoked and one the CA database does not know; a delegated
+// responder, a certificate without the OCSP-signing purpose, and a
+// self-signed responder of no relation (ocsp_other.pem).
+struct OcspPki {
+  OcspPki();
+
+  // A responder over the database, signing as args say (-rsigner, -rkey, ...).
+  std::unique_ptr<OcspResponderProcess> Responder(const std::string& args) const;
+  // The arguments that sign with the CA's key, or with the certificate
+  // <name>.pem issued here and its key.
+  std::string CaSigner() const;
+  std::string Signer(const std::string& name) const;
+
+  const TestPki& pki;
+  Bytes good, revoked, unknown, delegate, plain;
+};
+
+// Made on first use, shared by the tests of one binary.
+const OcspPki& SharedOcspPki();
 
 #endif  // NYCERT_TESTS_SUPPORT_OCSP_PEER_H_

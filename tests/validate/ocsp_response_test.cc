@@ -6,8 +6,6 @@
 
 #include <random>
 
-#include "nycert/asn1/modules/ocsp.h"
-#include "nycert/asn1/runtime/asn_bufset.h"
 #include "nycert/certs/cert.h"
 #include "nycert/crl/validate_params.h"
 #include "nycert/crl/validation_rc.h"
@@ -18,51 +16,6 @@
 #include "support/ocsp_peer.h"
 
 namespace {
-
-// The shared CA's certificates for OCSP: one good, one revoked and one the
-// database does not know; a delegated responder, a CA certificate without
-// the OCSP-signing purpose, and a self-signed responder of no relation.
-struct OcspPki {
-  OcspPki() : pki(SharedPki()) {
-    good = pki.Issue("ocsp_good", Request("/CN=ocsp good", "0x5001", ""));
-    revoked = pki.Issue("ocsp_revoked", Request("/CN=ocsp revoked", "0x5002", ""));
-    unknown = pki.Issue("ocsp_unknown", Request("/CN=ocsp unknown", "0x5003", ""));
-    delegate = pki.Issue("ocsp_delegate", Request("/CN=ocsp delegate", "0x5004", "extendedKeyUsage=OCSPSigning"));
-    plain = pki.Issue("ocsp_plain", Request("/CN=ocsp plain", "0x5005", "extendedKeyUsage=serverAuth"));
-    WriteBytes(pki.dir() + "/ocsp_index.txt",
-               Text(IndexLine('V', "5001", "/CN=ocsp good") + IndexLine('R', "5002", "/CN=ocsp revoked")));
-    EXPECT_TRUE(Openssl(pki.dir(), "req -x509 -new -key " + CachedKey(1536) +
-                                       " -subj /CN=unrelated -days 30 -out ocsp_other.pem"));
-  }
-
-  static CertRequest Request(const std::string& subject, const std::string& serial, const std::string& ext) {
-    CertRequest r;
-    r.subject = subject;
-    r.serial = serial;
-    r.extensions = ext;
-    r.keyBits = 1024;  // a key of its own: the CA's is RSA-2048
-    return r;
-  }
-
-  // A responder over the database, signing as args say (-rsigner, -rkey, ...).
-  std::unique_ptr<OcspResponderProcess> Responder(const std::string& args) const {
-    auto r = std::make_unique<OcspResponderProcess>(pki.dir(), "ocsp_index.txt", "-CA ca.pem " + args);
-    EXPECT_NE(r->Port(), 0);
-    return r;
-  }
-  std::string CaSigner() const { return "-rsigner ca.pem -rkey " + pki.CaKeyPath(); }
-  std::string Signer(const std::string& name) const {
-    return "-rsigner " + name + ".pem -rkey " + (name == "ocsp_other" ? CachedKey(1536) : CachedKey(1024));
-  }
-
-  const TestPki& pki;
-  Bytes good, revoked, unknown, delegate, plain;
-};
-
-const OcspPki& Pki() {
-  static OcspPki* shared = new OcspPki;
-  return *shared;
-}
 
 class OcspResponseTest : public ::testing::Test {
  protected:
@@ -84,7 +37,7 @@ class OcspResponseTest : public ::testing::Test {
                                 nextUpdate);
   }
 
-  const OcspPki& pki = Pki();
+  const OcspPki& pki = SharedOcspPki();
   SignedPtr<obCert> issuer = Decoded<obCert>(pki.pki.CaDer());
   obOcspRequest request;
   Bytes reply;
