@@ -58,8 +58,8 @@ class OcspCheck {
   int Step();
   int Fetch();
   int Judge(int fetchRc, const std::vector<unsigned char>& reply);
-  // Finishes the check with rc on the environment, once.
-  void Finish(int rc);
+  // Finishes the check with rc on the environment, once: whether this call did.
+  bool Finish(int rc);
 
   static void OnFetched(void* ticket, int rc, const unsigned char* reply, int replyLen);
   static void OnResume(void* check);
@@ -244,18 +244,18 @@ void OcspCheck::OnResume(void* checkPtr) {
 
 void OcspCheck::OnTimeout(void* checkPtr) {
   OcspCheck* check = static_cast<OcspCheck*>(checkPtr);
-  OB_HERROR("obOCSP_getRevocationState: no answer in time");
-  check->Finish(obValidationRC_Timeout);
+  if (check->Finish(obValidationRC_Timeout)) OB_HERROR("obOCSP_getRevocationState: no answer in time");
   check->Release();
 }
 
-void OcspCheck::Finish(int rc) {
+bool OcspCheck::Finish(int rc) {
   std::unique_lock<std::mutex> lock(mutex_);
-  if (finished_) return;
+  if (finished_) return false;
   finished_ = true;
   ++fetch_;
   lock.unlock();
   callback_(context_, rc, index_);
+  return true;
 }
 
 void OcspCheck::ArmTimer() {
