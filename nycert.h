@@ -4,7 +4,9 @@
 #define NYCERT_NYCERT_H_
 
 #include "nycert/platform/export.h"
+#include "nycert/platform/g_env.h"
 #include "nycert/platform/mtmutex.h"
+#include "nycert/platform/obcache.h"
 #include "nycert/platform/obclock.h"
 #include "nycert/platform/nybcrypt.h"
 #include "nycert/platform/obd_env.h"
@@ -79,6 +81,7 @@
 #include "nycert/certs/signature_alg.h"
 #include "nycert/certs/signed.h"
 #include "nycert/crl/crl.h"
+#include "nycert/crl/crl_cache.h"
 #include "nycert/crl/crl_db.h"
 #include "nycert/crl/crl_db_key.h"
 #include "nycert/crl/crl_number.h"
@@ -87,7 +90,13 @@
 #include "nycert/crl/validate_params.h"
 #include "nycert/crl/validation_rc.h"
 
+#include "nycert/validate/cert_validity.h"
+#include "nycert/validate/name_constraints.h"
+#include "nycert/validate/ocsp_cache.h"
+#include "nycert/validate/ocsp_fetchers.h"
 #include "nycert/validate/ocsp_request.h"
 #include "nycert/validate/ocsp_response.h"
+#include "nycert/validate/validate_path.h"
+#include "nycert/validate/validation_text.h"
 
 #endif  // NYCERT_NYCERT_H_

@@ -7,6 +7,7 @@
 #include "nycert/certs/cert_fields_internal.h"
 #include "nycert/certs/ext_der_internal.h"
 #include "nycert/certs/ext_key_usage.h"
+#include "nycert/crl/crl_cache_internal.h"
 #include "nycert/crl/validate_params.h"
 #include "nycert/crl/validation_rc.h"
 #include "nycert/platform/nybcrypt.h"
@@ -18,8 +19,6 @@ namespace {
 
 constexpr obAsnTag kDerEnumerated = 0x0A;
 constexpr unsigned kSha1Len = 20;
-// The CRL cache's default tolerance, used when the parameters leave a grace at -1.
-constexpr long kDefaultGrace = 600;
 
 bool ReadTime(obDerReader& r, long& seconds) {
   obDerElement time;
@@ -237,20 +236,25 @@ int CheckSignature(const obOcspResponse& response, obCert& issuer, obCert* respo
     if (check == kSigned) return 0;
     if (check == kRefused) best = kRefused;
   }
-  OB_HERROR("obOCSP_CheckResponse: %s", best == kRefused ? "the response's signer is not trusted or the signature is bad"
-                                                         : "no certificate for the response's signer");
-  return best == kRefused ? obValidationRC_OCSPProcessFailed : obValidationRC_OCSPNoResponderCert;
+  if (best == kRefused) {
+    OB_HERROR("obOCSP_CheckResponse: the signer is not trusted or the signature is bad");
+    return obValidationRC_OCSPProcessFailed;
+  }
+  OB_HERROR("obOCSP_CheckResponse: no certificate for the signer");
+  return obValidationRC_OCSPNoResponderCert;
 }
 
-long Grace(int value) { return value == -1 ? kDefaultGrace : value; }
+// A grace of the parameters; -1 takes the CRL cache's setting.
+long Grace(int value, int (*global)()) { return value == -1 ? global() : value; }
 
 int CheckTimes(const obOcspSingleResponse& single, const ValidateParams& params) {
   long now = ob_time_now();
-  if (params.Check_this_upd() && single.thisUpdate - Grace(params.Crl_start_grace()) > now) {
+  if (params.Check_this_upd() && single.thisUpdate - Grace(params.Crl_start_grace(), CrlStartGrace) > now) {
     OB_HERROR("obOCSP_CheckResponse: the response is not valid yet");
     return obValidationRC_OCSPTimeWindow;
   }
-  if (params.Check_next_upd() && single.nextUpdate > 0 && single.nextUpdate + Grace(params.Crl_end_grace()) < now) {
+  if (params.Check_next_upd() && single.nextUpdate > 0 &&
+      single.nextUpdate + Grace(params.Crl_end_grace(), CrlEndGrace) < now) {
     OB_HERROR("obOCSP_CheckResponse: the response is obsolete");
     return obValidationRC_OCSPTimeWindow;
   }
