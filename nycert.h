@@ -46,9 +46,12 @@
 #include "nycert/asn1/runtime/asn_universal.h"
 #include "nycert/asn1/runtime/der_reader.h"
 
+#include "nycert/asn1/modules/cms_content.h"
 #include "nycert/asn1/modules/name_attributes.h"
 #include "nycert/asn1/modules/ocsp.h"
 #include "nycert/asn1/modules/pkcs1.h"
+#include "nycert/asn1/modules/pkcs12.h"
+#include "nycert/asn1/modules/pkcs5.h"
 #include "nycert/asn1/modules/pkcs8.h"
 #include "nycert/asn1/modules/pkcs9.h"
 #include "nycert/asn1/modules/pkix1_explicit.h"
@@ -89,6 +92,9 @@
 #include "nycert/crl/issuing_dp.h"
 #include "nycert/crl/validate_params.h"
 #include "nycert/crl/validation_rc.h"
+
+#include "nycert/keystore/p12_password.h"
+#include "nycert/keystore/pkcs12.h"
 
 #include "nycert/validate/cert_validity.h"
 #include "nycert/validate/name_constraints.h"
