@@ -83,10 +83,12 @@
 #include "nycert/certs/key_usage.h"
 #include "nycert/certs/signature_alg.h"
 #include "nycert/certs/signed.h"
+#include "nycert/certs/x509_sign.h"
 #include "nycert/crl/crl.h"
 #include "nycert/crl/crl_cache.h"
 #include "nycert/crl/crl_db.h"
 #include "nycert/crl/crl_db_key.h"
+#include "nycert/crl/crl_encoder.h"
 #include "nycert/crl/crl_number.h"
 #include "nycert/crl/file_db.h"
 #include "nycert/crl/issuing_dp.h"
@@ -104,5 +106,10 @@
 #include "nycert/validate/ocsp_response.h"
 #include "nycert/validate/validate_path.h"
 #include "nycert/validate/validation_text.h"
+
+#include "nycert/enroll/cert_data_list.h"
+#include "nycert/enroll/cert_enroll_rc.h"
+#include "nycert/enroll/cert_template.h"
+#include "nycert/enroll/pkcs10.h"
 
 #endif  // NYCERT_NYCERT_H_
