@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "ca_commands.h"
 #include "crl_db_command.h"
 #include "show_command.h"
 
@@ -11,8 +12,12 @@ const char kUsage[] =
     "usage: nycert COMMAND [ARGS...]\n"
     "\n"
     "Commands:\n"
-    "  show     print certificates and CRLs from DER or PEM files\n"
-    "  crl-db   list, print and clean the CRL cache's database\n"
+    "  show      print certificates and CRLs from DER or PEM files\n"
+    "  crl-db    list, print and clean the CRL cache's database\n"
+    "  genkey    make an RSA key pair\n"
+    "  req       make a PKCS#10 certification request\n"
+    "  sign      issue a certificate for a request\n"
+    "  crl-sign  issue a CRL\n"
     "\n"
     "Run 'nycert COMMAND --help' for a command's options.\n";
 
@@ -24,6 +29,10 @@ struct Command {
 const Command kCommands[] = {
     {"show", ShowCommand},
     {"crl-db", CrlDbCommand},
+    {"genkey", GenkeyCommand},
+    {"req", ReqCommand},
+    {"sign", SignCommand},
+    {"crl-sign", CrlSignCommand},
 };
 
 }  // namespace
