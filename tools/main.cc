@@ -4,6 +4,7 @@
 
 #include "ca_commands.h"
 #include "crl_db_command.h"
+#include "p12_command.h"
 #include "show_command.h"
 
 namespace {
@@ -18,6 +19,7 @@ const char kUsage[] =
     "  req       make a PKCS#10 certification request\n"
     "  sign      issue a certificate for a request\n"
     "  crl-sign  issue a CRL\n"
+    "  p12       list, write, unpack and re-protect PKCS#12 key files\n"
     "\n"
     "Run 'nycert COMMAND --help' for a command's options.\n";
 
@@ -29,6 +31,7 @@ struct Command {
 const Command kCommands[] = {
     {"show", ShowCommand},
     {"crl-db", CrlDbCommand},
+    {"p12", P12Command},
     {"genkey", GenkeyCommand},
     {"req", ReqCommand},
     {"sign", SignCommand},

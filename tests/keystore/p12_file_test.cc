@@ -3,12 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <random>
 #include <string>
 
 #include "support/p12_files.h"
 #include "support/test_support.h"
+#include "support/tool_run.h"
 
 namespace {
 
@@ -61,6 +65,29 @@ TEST_F(Pkcs12Replace, FailuresLeaveTheFileUntouched) {
   EXPECT_EQ(before_, ReadBytes(file_));
   EXPECT_EQ(-1, ReplacePassword_2PKCS12_file_with_passwd_check(dir_.File("none.p12").c_str(), "old-Pass",
                                                                "New-Pass", message));
+}
+
+// A writer killed at random moments leaves a whole file that opens under
+// the old password or the new one.
+TEST_F(Pkcs12Replace, KillNineLeavesOldOrNew) {
+  unsigned seed = std::random_device()();
+  std::printf("seed %u\n", seed);
+  std::mt19937 random(seed);
+  const char* passwords[] = {"old-Pass", "New-Pass"};
+  for (int round = 0; round < 12; ++round) {
+    pid_t child = Spawn([this, &passwords] {
+      obString message;
+      for (int i = 0;; i ^= 1) {
+        if (ReplacePassword_2PKCS12_file_with_passwd_check(file_.c_str(), passwords[i], passwords[i ^ 1], message) <
+            0)
+          return 3;
+      }
+    });
+    usleep(std::uniform_int_distribution<useconds_t>(0, 60000)(random));
+    kill(child, SIGKILL);
+    EXPECT_EQ(128 + SIGKILL, Wait(child)) << "round " << round;
+    EXPECT_NE(Opens("old-Pass") == 0, Opens("New-Pass") == 0) << "round " << round << ", seed " << seed;
+  }
 }
 
 TEST_F(Pkcs12Replace, TheOldEntryAlwaysRefuses) {
