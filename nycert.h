@@ -90,6 +90,7 @@
 #include "nycert/certs/ext_key_usage.h"
 #include "nycert/certs/extension.h"
 #include "nycert/certs/extensions_list.h"
+#include "nycert/certs/issuer_key_id.h"
 #include "nycert/certs/key_usage.h"
 #include "nycert/certs/signature_alg.h"
 #include "nycert/certs/signed.h"
