@@ -48,6 +48,7 @@
 
 #include "nycert/asn1/modules/cms_content.h"
 #include "nycert/asn1/modules/name_attributes.h"
+#include "nycert/asn1/modules/ocsp.h"
 #include "nycert/asn1/modules/pkcs1.h"
 #include "nycert/asn1/modules/pkcs12.h"
 #include "nycert/asn1/modules/pkcs5.h"
@@ -99,6 +100,10 @@
 
 #include "nycert/validate/cert_validity.h"
 #include "nycert/validate/name_constraints.h"
+#include "nycert/validate/ocsp_cache.h"
+#include "nycert/validate/ocsp_fetchers.h"
+#include "nycert/validate/ocsp_request.h"
+#include "nycert/validate/ocsp_response.h"
 #include "nycert/validate/validate_path.h"
 #include "nycert/validate/validation_text.h"
 
