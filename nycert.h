@@ -89,8 +89,11 @@
 #include "nycert/crl/validate_params.h"
 #include "nycert/crl/validation_rc.h"
 
+#include "nycert/validate/cert_val.h"
 #include "nycert/validate/cert_validity.h"
+#include "nycert/validate/crl_chain_fetch.h"
 #include "nycert/validate/name_constraints.h"
+#include "nycert/validate/ocsp_status.h"
 #include "nycert/validate/validate_path.h"
 #include "nycert/validate/validation_text.h"
 
