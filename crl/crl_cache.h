@@ -158,6 +158,17 @@ NYCERT_EXPORT obFetch_stat obFetchCRL_e_With_Reason(obd_env* env, obCRL** crl, l
                                                     const ValidateParams* params, obFetchCRL_report report,
                                                     void* arg, obValidationRC* reason);
 
+// Fetches the CRL of one distribution point of issuer's into the memory
+// cache and the database, through the registered fetchers, with no
+// certificate at hand: a CRL is taken when issuer's key verifies it, its
+// issuer is issuer's subject, its issuing distribution point (if it names
+// any) names dp, and it is valid now. obFetch_Pending reports on env (which
+// must be the library's) with a null certificate; obFetch_NoCRL gives the
+// reason.
+NYCERT_EXPORT obFetch_stat obCRLCache_FetchDP(obd_env* env, const obGeneralName* dp, obCert* issuer,
+                                              const ValidateParams* params, obFetchCRL_report report, void* arg,
+                                              obValidationRC* reason);
+
 }  // extern "C"
 
 #endif  // NYCERT_CRL_CRL_CACHE_H_

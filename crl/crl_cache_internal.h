@@ -51,6 +51,10 @@ long CrlDBExpiry(const obCRL& crl, const ValidateParams* params);
 // Whether a CRL may serve cert (crl_check.cc): obValidationRC_OK, or the
 // reason it may not (-986 when it is not a CRL for this certificate).
 obValidationRC CrlCheckFor(obCRL& crl, obCert& cert, int certIsCA, obCert* issuer, const ValidateParams* params);
+// The same for a CRL fetched for a distribution point of issuer's, with no
+// certificate at hand: the CRL's issuer is issuer's subject, and its issuing
+// distribution point (when it names any) names dp.
+obValidationRC CrlCheckForDp(obCRL& crl, const obGeneralName& dp, obCert& issuer, const ValidateParams* params);
 // Keeps the more telling of two failure reasons in *kept.
 void CrlKeepReason(obValidationRC* kept, obValidationRC reason);
 int CrlCertIsCA(const obCert& cert);
@@ -58,7 +62,7 @@ int CrlCertIsCA(const obCert& cert);
 // What an asynchronous search is for (crl_fetch_search.cc).
 struct CrlSearchRequest {
   obd_env* env = nullptr;
-  obCert* cert = nullptr;    // the caller keeps its reference; the search takes its own
+  obCert* cert = nullptr;    // may be null; the caller keeps its reference, the search takes its own
   obCert* issuer = nullptr;  // the same
   ValidateParams params;
   obValidationRC reason = obValidationRC_CRLNotRetrieved;  // the answer when no fetch gives a good CRL

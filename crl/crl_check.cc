@@ -4,6 +4,8 @@
 #include "nycert/certs/print_text_internal.h"
 #include "nycert/crl/crl.h"
 #include "nycert/crl/crl_cache_internal.h"
+#include "nycert/names/general_names.h"
+#include "nycert/names/obdn.h"
 #include "nycert/platform/obclock.h"
 
 namespace {
@@ -60,8 +62,11 @@ int CrlCertIsCA(const obCert& cert) {
   return constraint && constraint->IsCA() ? 1 : 0;
 }
 
-obValidationRC CrlCheckFor(obCRL& crl, obCert& cert, int certIsCA, obCert* issuer, const ValidateParams* params) {
-  if (!crl.OK() || !crl.DistPointMatches(cert, certIsCA)) return obValidationRC_CRLNotRetrieved;
+namespace {
+
+// The checks that do not depend on the certificate: the issuer's signature,
+// no unhandled critical extension, valid now.
+obValidationRC CheckSigned(const obCRL& crl, obCert* issuer, const ValidateParams* params) {
   obVfy_status verified = issuer ? crl.VerifyWith(*issuer) : obVfy_BadSignature;
   if (verified != obVfy_OK) {
     CRLCACHE_TRACE("obCRL_good_for_cert: signature verification failed: %d", static_cast<int>(verified));
@@ -79,6 +84,22 @@ obValidationRC CrlCheckFor(obCRL& crl, obCert& cert, int certIsCA, obCert* issue
     default:
       return obValidationRC_OK;
   }
+}
+
+}  // namespace
+
+obValidationRC CrlCheckFor(obCRL& crl, obCert& cert, int certIsCA, obCert* issuer, const ValidateParams* params) {
+  if (!crl.OK() || !crl.DistPointMatches(cert, certIsCA)) return obValidationRC_CRLNotRetrieved;
+  return CheckSigned(crl, issuer, params);
+}
+
+obValidationRC CrlCheckForDp(obCRL& crl, const obGeneralName& dp, obCert& issuer, const ValidateParams* params) {
+  const obDN* crlIssuer = crl.Issuer();
+  const obDN* subject = issuer.Subject();
+  if (!crl.OK() || !crlIssuer || !subject || !crlIssuer->Equal(*subject)) return obValidationRC_CRLNotRetrieved;
+  const obGeneralNames* names = crl.DistPoints();
+  if (names && names->Count() > 0 && !names->Match(&dp)) return obValidationRC_CRLNotRetrieved;
+  return CheckSigned(crl, &issuer, params);
 }
 
 void CrlKeepReason(obValidationRC* kept, obValidationRC reason) {

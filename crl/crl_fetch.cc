@@ -160,6 +160,14 @@ obFetch_stat obFetchCRL_e_With_Reason(obd_env* env, obCRL** crl, long* searchId,
   return FetchAsync(env, l, names.Names(), searchId, report, arg, reason);
 }
 
+obFetch_stat obCRLCache_FetchDP(obd_env* env, const obGeneralName* dp, obCert* issuer, const ValidateParams* params,
+                                obFetchCRL_report report, void* arg, obValidationRC* reason) {
+  static const char me[] = "obCRLCache_FetchDP";
+  if (!dp || !issuer) return Answer(reason, obValidationRC_BadInput, obFetch_NoCRL);
+  Lookup l{me, nullptr, 0, issuer, params};
+  return FetchAsync(env, l, {dp}, nullptr, report, arg, reason);
+}
+
 obFetch_stat obFetchCRL_e(obd_env* env, obCRL** crl, long* searchId, obCert* cert, int useCache, obCert* issuer,
                           obRootCA* root, const ValidateParams* params, obFetchCRL_report report, void* arg) {
   return obFetchCRL_e_With_Reason(env, crl, searchId, cert, useCache, issuer, root, params, report, arg, nullptr);

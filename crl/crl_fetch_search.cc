@@ -92,11 +92,12 @@ void Finish(Search* search, int result) {
 // Caches the first CRL of crls that passes every check: whether one did.
 bool TakeGoodCrl(Search* search, const obGeneralName& dp, obCRLs& crls) {
   CrlSearchRequest& r = search->request;
-  int isCA = CrlCertIsCA(*r.cert);
+  int isCA = r.cert ? CrlCertIsCA(*r.cert) : 0;
   for (int i = 0; i < crls.Size(); ++i) {
     obCRL* crl = crls.Get(i);
     if (!crl) continue;
-    obValidationRC check = CrlCheckFor(*crl, *r.cert, isCA, r.issuer, &r.params);
+    obValidationRC check = r.cert ? CrlCheckFor(*crl, *r.cert, isCA, r.issuer, &r.params)
+                                  : CrlCheckForDp(*crl, dp, *r.issuer, &r.params);
     if (check == obValidationRC_CRLExpired || check == obValidationRC_CRLNotYetValid)
       CRLCACHE_TRACE("obFetchCRL_cb: crl not valid now");
     if (check != obValidationRC_OK) {
@@ -189,7 +190,7 @@ bool CrlHaveFetchers() {
 }
 
 long CrlStartSearch(const std::vector<const obGeneralName*>& dps, CrlSearchRequest request, const char* me) {
-  if (!request.env || !request.cert) return 0;
+  if (!request.env || (!request.cert && !request.issuer)) return 0;
   std::vector<Fetcher> fetchers = Fetchers();
   Search* search = new Search(std::move(request));
   search->me = me;

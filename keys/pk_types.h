@@ -27,6 +27,9 @@ enum ob_md_type : int {
 // The largest digest any ob_md_type produces (SHA-512).
 constexpr int kObMaxDigestLen = 64;
 
+// The key flag of a key able to sign (a bit of obPubKey::Flags).
+constexpr unsigned obPK_Flag_Sign = 0x8;
+
 // Export forms of a key.
 enum obPK_Format : int {
   obPK_Format_Set = 0,         // attribute set, written through an obset** of size 4

@@ -12,6 +12,7 @@ nycert_packages=(
   "pkg-config:/usr/bin/pkg-config"
   "libssl-dev:/usr/include/openssl/evp.h"
   "openssl:/usr/bin/openssl"
+  "libcurl4-openssl-dev:/usr/share/doc/libcurl4-openssl-dev"
   "libgtest-dev:/usr/include/gtest/gtest.h"
   "libgmock-dev:/usr/include/gmock/gmock.h"
   "libbenchmark-dev:/usr/include/benchmark/benchmark.h"

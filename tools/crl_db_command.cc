@@ -6,17 +6,24 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <ctime>
 #include <string>
 #include <vector>
 
 #include "nycert/certs/print_text_internal.h"
 #include "nycert/crl/crl.h"
+#include "nycert/crl/crl_cache.h"
 #include "nycert/crl/crl_db.h"
 #include "nycert/crl/crl_db_key.h"
 #include "nycert/crl/file_db.h"
 #include "nycert/platform/obstream.h"
+#include "crl_http_fetcher.h"
+#include "nycert/names/general_name.h"
+#include "nycert/platform/g_env.h"
+#include "nycert/platform/obd_env.h"
 #include "tool_input.h"
 
 namespace {
@@ -32,6 +39,8 @@ const char kUsage[] =
     "                   \"expired\" when it is old\n"
     "  show KEY [-d N]  print the CRL stored under KEY\n"
     "  gc               remove old records and what interrupted writes left\n"
+    "  fetch URL ISSUER download the CRL at URL, check it with the issuer's\n"
+    "                   certificate and store it\n"
     "\n"
     "Run 'nycert crl-db DIR COMMAND --help' for a command's options.\n";
 
@@ -66,6 +75,20 @@ const char kGcUsage[] =
     "prints how many records went.\n"
     "\n"
     "Exits with 1 when the database cannot be read.\n";
+
+const char kFetchUsage[] =
+    "usage: nycert crl-db DIR fetch URL ISSUER [-t SECONDS]\n"
+    "       nycert crl-db fetch DIR URL ISSUER [-t SECONDS]\n"
+    "\n"
+    "Downloads the CRL at URL (http or https; DER or PEM) through the CRL cache\n"
+    "and stores it in the database under DIR, made when missing. The CRL is\n"
+    "stored only when the key of ISSUER (a certificate file, DER or PEM) verifies\n"
+    "it, it was issued by ISSUER's subject, it names URL when it names its\n"
+    "distribution point, and it is valid now.\n"
+    "\n"
+    "  -t SECONDS   give up after this long (default 20)\n"
+    "\n"
+    "Exits with 1 when no good CRL could be fetched, saying why.\n";
 
 using Args = std::vector<std::string>;
 
@@ -224,6 +247,108 @@ int Collect(const std::string& dir, const Args& args) {
   return 0;
 }
 
+// The first certificate in the file at path, or null (reported).
+obCert* ReadIssuer(const std::string& path) {
+  std::vector<ToolObject> objects;
+  std::string error;
+  if (!ReadToolObjects(path, objects, error)) {
+    Fail(path + ": " + error);
+    return nullptr;
+  }
+  for (const ToolObject& object : objects) {
+    if (!object.error.empty() || (!object.label.empty() && object.label != "CERTIFICATE")) continue;
+    obCert* cert = new obCert(object.der.data(), static_cast<unsigned>(object.der.size()));
+    if (cert->OK()) return cert;
+    obFreeSigned(cert);
+  }
+  Fail(path + ": no certificate");
+  return nullptr;
+}
+
+const char* ReasonText(int reason) {
+  switch (reason) {
+    case obValidationRC_CRLNotRetrieved:
+      return "no CRL could be retrieved";
+    case obValidationRC_NoValidCRL:
+      return "the CRL does not verify with the issuer's key or has an unhandled critical extension";
+    case obValidationRC_CRLExpired:
+      return "the CRL has expired";
+    case obValidationRC_CRLNotYetValid:
+      return "the CRL is not yet valid";
+    default:
+      return "the fetch failed";
+  }
+}
+
+struct FetchOutcome {
+  bool done = false;
+  int result = 0;
+  static void Report(int result, obCert*, long, void* arg) {
+    FetchOutcome* outcome = static_cast<FetchOutcome*>(arg);
+    outcome->result = result;
+    outcome->done = true;
+  }
+};
+
+// Runs the library's environment until the fetch reports or seconds pass.
+int AwaitFetch(FetchOutcome& outcome, long seconds) {
+  long deadline = static_cast<long>(std::time(nullptr)) + seconds;
+  while (!outcome.done && static_cast<long>(std::time(nullptr)) <= deadline) obd_env_run_once(g_env_get(), 100);
+  return outcome.done ? outcome.result : obValidationRC_Timeout;
+}
+
+int FetchInto(const std::string& url, obCert* issuer, long seconds) {
+  HttpRequest limits;
+  limits.totalTimeoutMs = seconds * 1000;
+  CrlHttpFetcher fetcher(limits);
+  fetcher.Register();
+  obGeneralName dp(obGN_uniformResourceIdentifier, url.c_str(), static_cast<int>(url.size()));
+  FetchOutcome outcome;
+  obValidationRC reason = obValidationRC_OK;
+  int result = obCRLCache_FetchDP(g_env_get(), &dp, issuer, nullptr, FetchOutcome::Report, &outcome, &reason) ==
+                       obFetch_Pending
+                   ? AwaitFetch(outcome, seconds + 2)
+                   : reason;
+  obCRLCache_free_fetchers();
+  return result;
+}
+
+bool ParseSeconds(const std::string& text, long* seconds) {
+  char* end = nullptr;
+  long value = std::strtol(text.c_str(), &end, 10);
+  if (text.empty() || *end != '\0' || value < 1 || value > 3600) return false;
+  *seconds = value;
+  return true;
+}
+
+int Fetch(const std::string& dir, const Args& args) {
+  long seconds = 20;
+  Args words;
+  for (size_t i = 0; i < args.size(); ++i) {
+    if (args[i] == "-t") {
+      if (i + 1 >= args.size() || !ParseSeconds(args[++i], &seconds))
+        return UsageError(kFetchUsage, "-t takes 1 to 3600 seconds");
+    } else {
+      words.push_back(args[i]);
+    }
+  }
+  if (words.size() != 2) return UsageError(kFetchUsage, "give the URL and the issuer's certificate");
+  struct stat st;
+  bool usable = stat(dir.c_str(), &st) == 0 && S_ISDIR(st.st_mode) ? true : Fail(dir + ": not a directory");
+  if (usable && !HttpClient::Accepts(words[0])) usable = Fail(words[0] + ": only http and https URLs are fetched");
+  obCert* issuer = usable ? ReadIssuer(words[1]) : nullptr;
+  if (!issuer) return 1;
+  obCRLCache_set_dbpath(dir.c_str());
+  int result = FetchInto(words[0], issuer, seconds);
+  obFreeSigned(issuer);
+  if (result != 1) {
+    Fail(words[0] + ": " + (result == obValidationRC_Timeout ? "timed out" : ReasonText(result)));
+    return 1;
+  }
+  std::printf("stored the CRL of %s\n", words[0].c_str());
+  return 0;
+}
+
 struct Subcommand {
   const char* name;
   const char* usage;
@@ -234,7 +359,13 @@ const Subcommand kSubcommands[] = {
     {"list", kListUsage, List},
     {"show", kShowUsage, Show},
     {"gc", kGcUsage, Collect},
+    {"fetch", kFetchUsage, Fetch},
 };
+
+bool IsSubcommand(const std::string& word) {
+  return std::any_of(std::begin(kSubcommands), std::end(kSubcommands),
+                     [&word](const Subcommand& sub) { return word == sub.name; });
+}
 
 }  // namespace
 
@@ -244,6 +375,8 @@ int CrlDbCommand(int argc, char** argv) {
     return 0;
   }
   if (argc < 2) return UsageError(kUsage, argc == 0 ? "no directory given" : "no command given");
+  // "fetch DIR URL ISSUER" is read as "DIR fetch URL ISSUER".
+  if (argc > 2 && std::string(argv[0]) == "fetch" && !IsSubcommand(argv[1])) std::swap(argv[0], argv[1]);
   std::string command = argv[1];
   if (IsHelp(command)) {
     std::fputs(kUsage, stdout);

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "crl_db_command.h"
+#include "p12_command.h"
 #include "show_command.h"
 
 namespace {
@@ -13,6 +14,7 @@ const char kUsage[] =
     "Commands:\n"
     "  show     print certificates and CRLs from DER or PEM files\n"
     "  crl-db   list, print and clean the CRL cache's database\n"
+    "  p12      list, write, unpack and re-protect PKCS#12 key files\n"
     "\n"
     "Run 'nycert COMMAND --help' for a command's options.\n";
 
@@ -24,6 +26,7 @@ struct Command {
 const Command kCommands[] = {
     {"show", ShowCommand},
     {"crl-db", CrlDbCommand},
+    {"p12", P12Command},
 };
 
 }  // namespace

@@ -46,9 +46,16 @@ void ReadPemBlocks(const std::vector<unsigned char>& text, std::vector<ToolObjec
 
 bool ReadToolObjects(const std::string& path, std::vector<ToolObject>& objects, std::string& error) {
   std::vector<unsigned char> bytes;
-  if (!ReadFile(path, bytes, error)) return false;
+  return ReadFile(path, bytes, error) && ParseToolObjects(bytes, objects, error);
+}
+
+bool ParseToolObjects(const std::vector<unsigned char>& bytes, std::vector<ToolObject>& objects, std::string& error) {
+  if (bytes.empty()) {
+    error = "empty";
+    return false;
+  }
   if (!obPem_IsPem(bytes.data(), static_cast<unsigned>(bytes.size()))) {
-    objects.push_back(ToolObject{"", std::move(bytes), ""});
+    objects.push_back(ToolObject{"", bytes, ""});
     return true;
   }
   ReadPemBlocks(bytes, objects);

@@ -20,6 +20,9 @@ struct ToolObject {
 // set when the file cannot be read or holds nothing recognisable.
 bool ReadToolObjects(const std::string& path, std::vector<ToolObject>& objects, std::string& error);
 
+// The same for bytes already read (a file's or a download's).
+bool ParseToolObjects(const std::vector<unsigned char>& bytes, std::vector<ToolObject>& objects, std::string& error);
+
 // The value of a "-d" option, "1", "2" or "3": true with details set, or false.
 bool ParseDetailOption(const std::string& text, obCertHerrorDetails& details);
 
