@@ -3,7 +3,7 @@
 // with the same root and CRLs and CRL checking for the whole chain. The
 // floor of any validation is also measured: the two certificate signature
 // checks it cannot avoid. The chain and CRLs are the test suite's
-// crl_valid_three_level case, validated at the suite's time.
+// crl_valid_root_names_its_crl case, validated at the suite's time.
 #include <benchmark/benchmark.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
@@ -23,7 +23,7 @@
 
 namespace {
 
-const std::string kCase = std::string(NYCERT_TEST_DATA) + "/chains/crl_valid_three_level";
+const std::string kCase = std::string(NYCERT_TEST_DATA) + "/chains/crl_valid_root_names_its_crl";
 // The suite's validation time, 2025-06-01 00:00:00 UTC.
 constexpr long kSuiteTime = 1748736000;
 

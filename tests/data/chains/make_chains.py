@@ -369,6 +369,11 @@ def revocation_chain(s, name, revoke=(), ica_ext=CA_EXT, root_crl=None, ica_crl=
 def revocation_cases(s):
     p, chain, crls = revocation_chain(s, "crl_valid_three_level")
     s.case(p.case, ALL, 0, -1, chain, crls)
+    # The root names its own CRL too, so that validators that check the
+    # root's revocation as well find a CRL of the right scope.
+    p = s.pki("crl_valid_root_names_its_crl")
+    chain = three_level(p, root_ext=ROOT_EXT + ("crlDistributionPoints = URI:" + p.dist_point("root"),))
+    s.case(p.case, ALL, 0, -1, chain, [p.crl("root"), p.crl("ica")])
     s.case("crl_revocation_not_selected", PATH_SIG, 0, -1, chain)
     p, chain, crls = revocation_chain(s, "crl_ee_revoked", revoke=["ee"])
     s.case(p.case, ALL, -991, 0, chain, crls)
