@@ -92,6 +92,10 @@ obVfy_status obSigned::VerifySig(obPubKey* key) const {
     OB_HERROR("ob_VerifySigned: Failed decoding of signed\n");
     return obVfy_DecodeError;
   }
+  return obVerifySignedFields(parts, key);
+}
+
+obVfy_status obVerifySignedFields(const obSignedFields& parts, obPubKey* key) {
   ob_md_type md = obSignatureDigest(parts.algorithm);
   if (md == ob_md_unknown) {
     OB_HERROR("ob_VerifySigned: unsupported algorithm");

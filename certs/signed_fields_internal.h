@@ -7,6 +7,7 @@
 #define NYCERT_CERTS_SIGNED_FIELDS_INTERNAL_H_
 
 #include "nycert/asn1/runtime/der_reader.h"
+#include "nycert/certs/signed.h"
 
 struct obSignedFields {
   obDerElement toBeSigned;  // the signature covers its whole TLV
@@ -22,5 +23,9 @@ bool obReadAlgorithmId(obDerReader& r, obDerSpan& oid);
 // Locates the parts of der, which must hold exactly one signed structure:
 // true, or false when it is not one.
 bool obParseSignedFields(obDerSpan der, obSignedFields& out);
+
+// Checks the signature of located parts with key, which may be null (a bad
+// signature then): obVfy_OK, or the failure.
+obVfy_status obVerifySignedFields(const obSignedFields& parts, obPubKey* key);
 
 #endif  // NYCERT_CERTS_SIGNED_FIELDS_INTERNAL_H_
