@@ -117,12 +117,15 @@
 #include "nycert/keystore/root_ca.h"
 #include "nycert/keystore/sw_key_holder.h"
 
+#include "nycert/validate/cert_val.h"
 #include "nycert/validate/cert_validity.h"
+#include "nycert/validate/crl_chain_fetch.h"
 #include "nycert/validate/name_constraints.h"
 #include "nycert/validate/ocsp_cache.h"
 #include "nycert/validate/ocsp_fetchers.h"
 #include "nycert/validate/ocsp_request.h"
 #include "nycert/validate/ocsp_response.h"
+#include "nycert/validate/ocsp_status.h"
 #include "nycert/validate/validate_path.h"
 #include "nycert/validate/validation_text.h"
 
