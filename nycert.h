@@ -95,8 +95,16 @@
 #include "nycert/crl/validate_params.h"
 #include "nycert/crl/validation_rc.h"
 
+#include "nycert/keystore/certified_key.h"
+#include "nycert/keystore/key_holder.h"
+#include "nycert/keystore/ocsp_server.h"
 #include "nycert/keystore/p12_password.h"
+#include "nycert/keystore/pk_iterators.h"
+#include "nycert/keystore/pk_named_obj.h"
+#include "nycert/keystore/pk_objects.h"
 #include "nycert/keystore/pkcs12.h"
+#include "nycert/keystore/root_ca.h"
+#include "nycert/keystore/sw_key_holder.h"
 
 #include "nycert/validate/cert_validity.h"
 #include "nycert/validate/name_constraints.h"

@@ -106,17 +106,17 @@ int Fail(obString& why, int rc, const char* text) {
   return rc;
 }
 
-int CheckIterations(long iterations, obString& why) {
+int CheckIterations(long iterations, const obPbeLimits& limits, obString& why) {
   if (iterations < 1) return Fail(why, kPbeMalformed, "iteration count below 1");
-  if (iterations > kPbeMaxIterations) {
+  if (iterations > limits.maxIterations) {
     char text[96];
-    std::snprintf(text, sizeof text, "iteration count %ld above the limit of %ld", iterations, kPbeMaxIterations);
+    std::snprintf(text, sizeof text, "iteration count %ld above the limit of %ld", iterations, limits.maxIterations);
     return Fail(why, kPbeTooCostly, text);
   }
   return 0;
 }
 
-int PlanPkcs12(const Pkcs12Pbe& pbe, const obASN_AlgorithmIdentifier& alg, Plan& plan, obString& why) {
+int PlanPkcs12(const Pkcs12Pbe& pbe, const obASN_AlgorithmIdentifier& alg, Plan& plan, const obPbeLimits& limits, obString& why) {
   obASN_PKCS12PbeParams params;
   if (!DecodeParams(alg, params) || !SmallCount(params.iterations, plan.iterations))
     return Fail(why, kPbeMalformed, "malformed PKCS#12 PBE parameters");
@@ -128,10 +128,10 @@ int PlanPkcs12(const Pkcs12Pbe& pbe, const obASN_AlgorithmIdentifier& alg, Plan&
   plan.rc2Bits = pbe.rc2Bits;
   plan.ivFromKdf = true;
   plan.salt.Set(params.salt.data(), static_cast<unsigned>(params.salt.size()));
-  return CheckIterations(plan.iterations, why);
+  return CheckIterations(plan.iterations, limits, why);
 }
 
-int PlanPbes1(const Pbes1& pbe, const obASN_AlgorithmIdentifier& alg, Plan& plan, obString& why) {
+int PlanPbes1(const Pbes1& pbe, const obASN_AlgorithmIdentifier& alg, Plan& plan, const obPbeLimits& limits, obString& why) {
   obASN_PBEParameter params;
   if (!DecodeParams(alg, params) || !SmallCount(params.iterationCount, plan.iterations))
     return Fail(why, kPbeMalformed, "malformed PBES1 parameters");
@@ -143,10 +143,10 @@ int PlanPbes1(const Pbes1& pbe, const obASN_AlgorithmIdentifier& alg, Plan& plan
   plan.rc2Bits = plan.cipher == "RC2-CBC" ? 64 : 0;
   plan.ivFromKdf = true;
   plan.salt.Set(params.salt.data(), static_cast<unsigned>(params.salt.size()));
-  return CheckIterations(plan.iterations, why);
+  return CheckIterations(plan.iterations, limits, why);
 }
 
-int PlanPbkdf2(const obASN_AlgorithmIdentifier& kdf, Plan& plan, obString& why) {
+int PlanPbkdf2(const obASN_AlgorithmIdentifier& kdf, Plan& plan, const obPbeLimits& limits, obString& why) {
   obASN_PBKDF2_params params;
   if (!DecodeParams(kdf, params) || !SmallCount(params.iterationCount, plan.iterations))
     return Fail(why, kPbeMalformed, "malformed PBKDF2 parameters");
@@ -168,10 +168,10 @@ int PlanPbkdf2(const obASN_AlgorithmIdentifier& kdf, Plan& plan, obString& why) 
       return kPbeUnsupported;
     }
   }
-  return CheckIterations(plan.iterations, why);
+  return CheckIterations(plan.iterations, limits, why);
 }
 
-int PlanScrypt(const obASN_AlgorithmIdentifier& kdf, Plan& plan, obString& why) {
+int PlanScrypt(const obASN_AlgorithmIdentifier& kdf, Plan& plan, const obPbeLimits& limits, obString& why) {
   obASN_Scrypt_params params;
   long n = 0, r = 0, p = 0, keyLen = 0;
   if (!DecodeParams(kdf, params) || !SmallCount(params.costParameter, n) || !SmallCount(params.blockSize, r) ||
@@ -179,7 +179,7 @@ int PlanScrypt(const obASN_AlgorithmIdentifier& kdf, Plan& plan, obString& why) 
     return Fail(why, kPbeMalformed, "malformed scrypt parameters");
   if (n < 2 || (n & (n - 1)) != 0 || r < 1 || p < 1) return Fail(why, kPbeMalformed, "invalid scrypt costs");
   unsigned long memory = 128UL * static_cast<unsigned long>(r) * static_cast<unsigned long>(n + p);
-  if (n > kPbeMaxScryptN || r > 1024 || p > 1024 || memory > kPbeMaxScryptMemory)
+  if (n > kPbeMaxScryptN || r > 1024 || p > 1024 || memory > limits.maxScryptMemory)
     return Fail(why, kPbeTooCostly, "scrypt costs above the limits (N 2^20, 1 GiB)");
   plan.kdf = Kdf::kScrypt;
   plan.salt.Set(params.salt.data(), static_cast<unsigned>(params.salt.size()));
@@ -230,15 +230,15 @@ int PlanCipher(const obASN_AlgorithmIdentifier& enc, Plan& plan, obString& why) 
   return Fail(why, kPbeMalformed, "malformed cipher IV");
 }
 
-int PlanPbes2(const obASN_AlgorithmIdentifier& alg, Plan& plan, obString& why) {
+int PlanPbes2(const obASN_AlgorithmIdentifier& alg, Plan& plan, const obPbeLimits& limits, obString& why) {
   obASN_PBES2_params params;
   if (!DecodeParams(alg, params)) return Fail(why, kPbeMalformed, "malformed PBES2 parameters");
   plan.scheme = "PBES2";
   int rc;
   if (params.keyDerivationFunc.algorithm == obASN_id_PBKDF2)
-    rc = PlanPbkdf2(params.keyDerivationFunc, plan, why);
+    rc = PlanPbkdf2(params.keyDerivationFunc, plan, limits, why);
   else if (params.keyDerivationFunc.algorithm == obASN_id_scrypt)
-    rc = PlanScrypt(params.keyDerivationFunc, plan, why);
+    rc = PlanScrypt(params.keyDerivationFunc, plan, limits, why);
   else {
     why = obString("key derivation ") + params.keyDerivationFunc.algorithm.Dotted() + " is not supported";
     return kPbeUnsupported;
@@ -246,14 +246,14 @@ int PlanPbes2(const obASN_AlgorithmIdentifier& alg, Plan& plan, obString& why) {
   return rc < 0 ? rc : PlanCipher(params.encryptionScheme, plan, why);
 }
 
-int MakePlan(const obASN_AlgorithmIdentifier& alg, Plan& plan, obString& why) {
+int MakePlan(const obASN_AlgorithmIdentifier& alg, Plan& plan, const obPbeLimits& limits, obString& why) {
   for (const Pkcs12Pbe& pbe : kPkcs12Pbes) {
-    if (alg.algorithm == *pbe.oid) return PlanPkcs12(pbe, alg, plan, why);
+    if (alg.algorithm == *pbe.oid) return PlanPkcs12(pbe, alg, plan, limits, why);
   }
   for (const Pbes1& pbe : kPbes1s) {
-    if (alg.algorithm == *pbe.oid) return PlanPbes1(pbe, alg, plan, why);
+    if (alg.algorithm == *pbe.oid) return PlanPbes1(pbe, alg, plan, limits, why);
   }
-  if (alg.algorithm == obASN_id_PBES2) return PlanPbes2(alg, plan, why);
+  if (alg.algorithm == obASN_id_PBES2) return PlanPbes2(alg, plan, limits, why);
   why = obString("encryption algorithm ") + alg.algorithm.Dotted() + " is not supported";
   return kPbeUnsupported;
 }
@@ -391,9 +391,9 @@ int WritePlan(obPbeScheme scheme, long iterations, Plan& plan, obASN_AlgorithmId
 }  // namespace
 
 int obPbe_Decrypt(const obASN_AlgorithmIdentifier& alg, const obP12Password& password, const unsigned char* in,
-                  size_t inLen, nyBinBuf& out, obString& why) {
+                  size_t inLen, nyBinBuf& out, obString& why, const obPbeLimits& limits) {
   Plan plan;
-  int rc = MakePlan(alg, plan, why);
+  int rc = MakePlan(alg, plan, limits, why);
   return rc < 0 ? rc : RunCipher(plan, password, false, in, inLen, out, why);
 }
 
@@ -408,7 +408,7 @@ int obPbe_Encrypt(obPbeScheme scheme, long iterations, const obP12Password& pass
 obString obPbe_Describe(const obASN_AlgorithmIdentifier& alg) {
   Plan plan;
   obString why;
-  if (MakePlan(alg, plan, why) < 0) return why;
+  if (MakePlan(alg, plan, obPbeLimits(), why) < 0) return why;
   EVP_CIPHER* cipher = FetchCipher(plan, why);
   std::string text = plan.scheme;
   if (plan.kdf == Kdf::kPbkdf2) text += ", PBKDF2-HMAC-" + plan.digest;

@@ -18,6 +18,7 @@
 #include "nycert/buffers/nybinbuf.h"
 #include "nycert/buffers/obstring.h"
 #include "nycert/keystore/p12_password.h"
+#include "nycert/keystore/pbe_kdf.h"
 
 // Results besides 0.
 constexpr int kPbeWrongPassword = -1;  // the padding did not check out
@@ -32,10 +33,17 @@ enum class obPbeScheme {
   kSha1Rc2With40Bits  // pbewithSHAAnd40BitRC2-CBC
 };
 
+// The work a file may ask for; schemes above it are refused with
+// kPbeTooCostly before any derivation starts.
+struct obPbeLimits {
+  long maxIterations = kPbeMaxIterations;
+  unsigned long maxScryptMemory = kPbeMaxScryptMemory;
+};
+
 // Decrypts in under the scheme alg names: 0 with the plaintext in out, or
 // one of the results above with why set.
 int obPbe_Decrypt(const obASN_AlgorithmIdentifier& alg, const obP12Password& password, const unsigned char* in,
-                  size_t inLen, nyBinBuf& out, obString& why);
+                  size_t inLen, nyBinBuf& out, obString& why, const obPbeLimits& limits = obPbeLimits());
 
 // Encrypts in under scheme with fresh random salt and IV, and writes the
 // algorithm identifier with its parameters into alg: 0, or negative.

@@ -33,8 +33,8 @@ int Fail(obString& why, int rc, const char* text) {
 
 class PfxReader {
  public:
-  PfxReader(const char* password, obP12Contents& out, obString& why)
-      : forms_(obP12PasswordForms(password)), out_(out), why_(why) {}
+  PfxReader(const char* password, const obPbeLimits& limits, obP12Contents& out, obString& why)
+      : forms_(obP12PasswordForms(password)), limits_(limits), out_(out), why_(why) {}
 
   // Decodes the PFX and opens its AuthenticatedSafe octets into data_.
   int Open(const unsigned char* pfx, size_t len) {
@@ -189,7 +189,7 @@ class PfxReader {
     size_t first = chosen_ >= 0 ? static_cast<size_t>(chosen_) : 0;
     size_t last = chosen_ >= 0 ? first + 1 : forms_.size();
     for (size_t i = first; i < last; ++i) {
-      int rc = obPbe_Decrypt(alg, forms_[i], in, n, out, why_);
+      int rc = obPbe_Decrypt(alg, forms_[i], in, n, out, why_, limits_);
       if (rc == 0 && valid(out)) {
         chosen_ = static_cast<int>(i);
         return 0;
@@ -204,6 +204,7 @@ class PfxReader {
 
   std::vector<obP12Password> forms_;
   int chosen_ = -1;
+  const obPbeLimits limits_;
   obASN_PFX pfx_;
   obAsnOcts data_;
   obP12Contents& out_;
@@ -213,18 +214,18 @@ class PfxReader {
 }  // namespace
 
 int obP12_Decode(const unsigned char* pfx, size_t len, const char* password, obP12Contents& out, obString& why,
-                 bool skipMac) {
+                 const obP12ReadOptions& options) {
   out = obP12Contents();
-  PfxReader reader(password, out, why);
+  PfxReader reader(password, options.limits, out, why);
   int rc = reader.Open(pfx, len);
-  if (rc == 0) rc = reader.ReadBags(skipMac);
+  if (rc == 0) rc = reader.ReadBags(options.skipMac);
   if (rc < 0) out.bags.clear();
   return rc;
 }
 
 int obP12_CheckMac(const unsigned char* pfx, size_t len, const char* password, obString& why) {
   obP12Contents unused;
-  PfxReader reader(password, unused, why);
+  PfxReader reader(password, obPbeLimits(), unused, why);
   int rc = reader.Open(pfx, len);
   return rc < 0 ? rc : reader.CheckMac();
 }

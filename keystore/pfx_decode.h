@@ -14,6 +14,7 @@
 
 #include <cstddef>
 
+#include "nycert/keystore/pbe.h"
 #include "nycert/keystore/pfx_bags.h"
 
 // Results besides 0.
@@ -27,10 +28,15 @@ constexpr size_t kP12MaxFileSize = 16u << 20;
 constexpr size_t kP12MaxBags = 4096;
 constexpr int kP12MaxNesting = 4;  // safeContentsBag inside safeContentsBag
 
+struct obP12ReadOptions {
+  bool skipMac = false;  // read past the MAC without checking it (for fuzzing)
+  obPbeLimits limits;
+};
+
 // Decodes a PFX under password into out: 0, or one of the results above
-// with why set. skipMac reads past the MAC without checking it (for fuzzing).
+// with why set.
 int obP12_Decode(const unsigned char* pfx, size_t len, const char* password, obP12Contents& out, obString& why,
-                 bool skipMac = false);
+                 const obP12ReadOptions& options = obP12ReadOptions());
 
 // Checks only the MAC: 0 when it matches under some form of the password,
 // kP12WrongPassword when it does not, another result when the file is

@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
+#include "nycert/asn1/runtime/der_reader.h"
 #include "support/p12_files.h"
 #include "support/test_support.h"
 
@@ -101,6 +103,45 @@ TEST(Pkcs12ReadPasswords, WrongPasswordIsReportedAsSuch) {
     EXPECT_EQ(kP12WrongPassword, obP12_Decode(pfx.data(), pfx.size(), "Right-one", contents, why)) << name;
     EXPECT_TRUE(contents.bags.empty());
     EXPECT_EQ(kP12WrongPassword, obP12_Decode(pfx.data(), pfx.size(), nullptr, contents, why)) << name;
+  }
+}
+
+// DER turned into BER as some writers send it: every constructed element
+// with an indefinite length, and OCTET STRINGs cut into constructed
+// segments of at most seven octets.
+void AppendBer(const unsigned char* der, size_t len, Bytes& out) {
+  obDerReader reader(der, len);
+  obDerElement e;
+  while (reader.Next(e)) {
+    if (e.tag == kDerOctetString && e.content.size > 7) {
+      out.insert(out.end(), {0x24, 0x80});
+      for (size_t at = 0; at < e.content.size; at += 7) {
+        size_t n = std::min<size_t>(7, e.content.size - at);
+        out.insert(out.end(), {0x04, static_cast<unsigned char>(n)});
+        out.insert(out.end(), e.content.data + at, e.content.data + at + n);
+      }
+      out.insert(out.end(), {0x00, 0x00});
+    } else if (e.tlv.data[0] & 0x20) {
+      out.push_back(e.tlv.data[0]);  // the tags here are one octet
+      out.push_back(0x80);
+      AppendBer(e.content.data, e.content.size, out);
+      out.insert(out.end(), {0x00, 0x00});
+    } else {
+      out.insert(out.end(), e.tlv.data, e.tlv.data + e.tlv.size);
+    }
+  }
+}
+
+TEST(Pkcs12ReadBer, IndefiniteLengthsAndSegmentedStrings) {
+  for (const char* args : {"", "-legacy"}) {
+    std::string name = std::string("ber") + args + ".p12";
+    ASSERT_TRUE(SharedP12Files().Export(name, std::string("-passout pass:") + kPassword + " " + args));
+    Bytes der = ReadBytes(SharedP12Files().File(name));
+    Bytes ber;
+    AppendBer(der.data(), der.size(), ber);
+    ASSERT_NE(der, ber);
+    WriteBytes(SharedP12Files().File("indef_" + name), ber);
+    ExpectLeafAndCa("indef_" + name);
   }
 }
 
