@@ -4,8 +4,10 @@
 #define NYCERT_NYCERT_H_
 
 #include "nycert/platform/export.h"
+#include "nycert/platform/md_types.h"
 #include "nycert/platform/mtmutex.h"
 #include "nycert/platform/obclock.h"
+#include "nycert/platform/publish_once.h"
 #include "nycert/platform/nybcrypt.h"
 #include "nycert/platform/obd_env.h"
 #include "nycert/platform/obrand.h"
@@ -63,6 +65,7 @@
 #include "nycert/keys/pkcs1_pad.h"
 #include "nycert/keys/pkobj.h"
 #include "nycert/keys/pubkey.h"
+#include "nycert/keys/rsa_evp.h"
 #include "nycert/keys/rsa_gen.h"
 #include "nycert/keys/rsa_import.h"
 #include "nycert/keys/rsa_key_formats.h"
