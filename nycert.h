@@ -4,8 +4,10 @@
 #define NYCERT_NYCERT_H_
 
 #include "nycert/platform/export.h"
+#include "nycert/platform/g_env.h"
 #include "nycert/platform/md_types.h"
 #include "nycert/platform/mtmutex.h"
+#include "nycert/platform/obcache.h"
 #include "nycert/platform/obclock.h"
 #include "nycert/platform/publish_once.h"
 #include "nycert/platform/nybcrypt.h"
@@ -46,8 +48,11 @@
 #include "nycert/asn1/runtime/asn_universal.h"
 #include "nycert/asn1/runtime/der_reader.h"
 
+#include "nycert/asn1/modules/cms_content.h"
 #include "nycert/asn1/modules/name_attributes.h"
 #include "nycert/asn1/modules/pkcs1.h"
+#include "nycert/asn1/modules/pkcs12.h"
+#include "nycert/asn1/modules/pkcs5.h"
 #include "nycert/asn1/modules/pkcs8.h"
 #include "nycert/asn1/modules/pkcs9.h"
 #include "nycert/asn1/modules/pkix1_explicit.h"
@@ -80,13 +85,29 @@
 #include "nycert/certs/key_usage.h"
 #include "nycert/certs/signature_alg.h"
 #include "nycert/certs/signed.h"
+#include "nycert/certs/x509_sign.h"
 #include "nycert/crl/crl.h"
+#include "nycert/crl/crl_cache.h"
 #include "nycert/crl/crl_db.h"
 #include "nycert/crl/crl_db_key.h"
+#include "nycert/crl/crl_encoder.h"
 #include "nycert/crl/crl_number.h"
 #include "nycert/crl/file_db.h"
 #include "nycert/crl/issuing_dp.h"
 #include "nycert/crl/validate_params.h"
 #include "nycert/crl/validation_rc.h"
+
+#include "nycert/keystore/p12_password.h"
+#include "nycert/keystore/pkcs12.h"
+
+#include "nycert/validate/cert_validity.h"
+#include "nycert/validate/name_constraints.h"
+#include "nycert/validate/validate_path.h"
+#include "nycert/validate/validation_text.h"
+
+#include "nycert/enroll/cert_data_list.h"
+#include "nycert/enroll/cert_enroll_rc.h"
+#include "nycert/enroll/cert_template.h"
+#include "nycert/enroll/pkcs10.h"
 
 #endif  // NYCERT_NYCERT_H_

@@ -1,6 +1,8 @@
 #include "nycert/crl/crl.h"
 
 #include <ctime>
+#include <mutex>
+#include <string>
 #include <vector>
 
 #include "nycert/asn1/modules/pkix1_implicit.h"
@@ -216,3 +218,18 @@ void obCRL::UnSetUsed() {
 }
 
 long obCRL::LastUsed() const { return imp_->lastUsed.load(std::memory_order_relaxed); }
+
+obVfy_status obCRL::VerifyWith(obCert& issuer) const {
+  obDerSpan spki = issuer.SubjectPublicKeyInfo();
+  const std::string& memo = imp_->verifiedSpki;
+  {
+    std::lock_guard<std::mutex> hold(imp_->verifiedMutex);
+    if (spki.size > 0 && spki.Equal(reinterpret_cast<const unsigned char*>(memo.data()), memo.size()))
+      return static_cast<obVfy_status>(imp_->verifiedStatus);
+  }
+  obVfy_status status = VerifySig(issuer.PubKey());
+  std::lock_guard<std::mutex> hold(imp_->verifiedMutex);
+  imp_->verifiedSpki.assign(reinterpret_cast<const char*>(spki.data), spki.size);
+  imp_->verifiedStatus = status;
+  return status;
+}

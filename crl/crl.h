@@ -90,6 +90,10 @@ class NYCERT_EXPORT obCRL : public obSigned {
   // the issuers are equal, and the distribution-point names (when the CRL
   // has any) match the certificate's. Else 0.
   int DistPointMatches(obCert& cert, int certIsCA) const;
+  // Checks the CRL's signature with the key of issuer (obVfy_OK when it
+  // verifies). The answer for the last issuer key asked about is remembered
+  // by its SubjectPublicKeyInfo, so a CRL kept in a cache is verified once.
+  obVfy_status VerifyWith(obCert& issuer) const;
 
   // Use marks: SetUsed counts one use and stamps the time, UnSetUsed clears both.
   int GetUsed() const;

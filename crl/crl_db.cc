@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -35,11 +36,17 @@ const long kTempMaxAge = 60;
 
 std::mutex g_mutex;  // guards g_path and g_fdb
 std::string g_path;
-FileDB* g_fdb = nullptr;
+// Users hold a reference while they work, so closing the store (InitPath,
+// Destroy) never frees it under another thread.
+std::shared_ptr<FileDB> g_fdb;
 
-void CloseStore() {
-  delete g_fdb;
-  g_fdb = nullptr;
+void CloseStore() { g_fdb.reset(); }
+
+// The open store with a reference, opening it when needed; null without one.
+std::shared_ptr<FileDB> OpenStore() {
+  if (CrlDB::Init() != 0) return nullptr;
+  std::lock_guard<std::mutex> hold(g_mutex);
+  return g_fdb;
 }
 
 // A store of the locking class FDB_ENV_LOCK_TYPE names.
@@ -199,7 +206,7 @@ int CrlDB::Init() {
     return -1;
   }
   CRLDB_TRACE("%s: path= %s", me, g_path.c_str());
-  g_fdb = MakeStore(me, g_path + "/" + kDirName);
+  g_fdb.reset(MakeStore(me, g_path + "/" + kDirName));
   if (g_fdb->Path()) return 0;
   CloseStore();
   return -1;
@@ -207,7 +214,7 @@ int CrlDB::Init() {
 
 FileDB* CrlDB::FDB() {
   std::lock_guard<std::mutex> hold(g_mutex);
-  return g_fdb;
+  return g_fdb.get();
 }
 
 std::string CrlDB::Key(const obGeneralName& dp, const char* suffix) {
@@ -226,7 +233,8 @@ int CrlDB::Store(const obGeneralName* dp, const char* suffix, obCRL* crl, long e
     CRLDB_TRACE("%s: bad args", me);
     return -1;
   }
-  if (Init() != 0) return -1;
+  std::shared_ptr<FileDB> fdb = OpenStore();
+  if (!fdb) return -1;
   std::string key = Key(*dp, suffix);
   bool shortened = false;
   std::string fileKey = CrlDB_EncodeKey(key, &shortened);
@@ -236,7 +244,7 @@ int CrlDB::Store(const obGeneralName* dp, const char* suffix, obCRL* crl, long e
     CRLDB_TRACE("%s: malloc", me);
     return -1;
   }
-  int rc = FDB()->Store(fileKey.c_str(), record, len);
+  int rc = fdb->Store(fileKey.c_str(), record, len);
   std::free(record);
   if (rc != 0) CRLDB_TRACE("%s: fdb->Store failed", me);
   return rc == 0 ? 0 : -1;
@@ -248,8 +256,8 @@ obCRL* CrlDB::Get(const obGeneralName* dp, const char* suffix, long* expiry) {
     CRLDB_TRACE("%s: bad args", me);
     return nullptr;
   }
-  if (Init() != 0) return nullptr;
-  return ReadCrl(me, FDB(), Key(*dp, suffix), expiry);
+  std::shared_ptr<FileDB> fdb = OpenStore();
+  return fdb ? ReadCrl(me, fdb.get(), Key(*dp, suffix), expiry) : nullptr;
 }
 
 int CrlDB::Remove(const obGeneralName* dp, const char* suffix) {
@@ -258,9 +266,10 @@ int CrlDB::Remove(const obGeneralName* dp, const char* suffix) {
     CRLDB_TRACE("%s: bad args", me);
     return -1;
   }
-  if (Init() != 0) return -1;
+  std::shared_ptr<FileDB> fdb = OpenStore();
+  if (!fdb) return -1;
   std::string fileKey = CrlDB_EncodeKey(Key(*dp, suffix));
-  if (FDB()->Remove(fileKey.c_str()) == 0) return 0;
+  if (fdb->Remove(fileKey.c_str()) == 0) return 0;
   CRLDB_TRACE("%s: fdb->Remove failed (key = %s).", me, fileKey.c_str());
   return -1;
 }
@@ -271,8 +280,9 @@ int CrlDB::GarbageCollector() {
   CRLDB_TRACE("%s: Performing CRL cache garbage collection.", me);
   CRLDB_TRACE("%s: time", me);
   CRLDB_TRACE("%s: now= %ld", me, now);
-  if (Init() != 0) return -1;
-  FileDB* fdb = FDB();
+  std::shared_ptr<FileDB> held = OpenStore();
+  if (!held) return -1;
+  FileDB* fdb = held.get();
   FileDB_SafeIter keys(fdb);
   int removed = 0;
   for (const char* key = keys.Next(); key; key = keys.Next()) {
@@ -295,10 +305,12 @@ int CrlDB::GarbageCollector() {
 
 int CrlDB::Destroy() {
   static const char me[] = "CrlDB::Destroy";
-  if (Init() != 0) return -1;
-  std::lock_guard<std::mutex> hold(g_mutex);
-  int rc = g_fdb ? g_fdb->Destroy() : -1;
-  CloseStore();
+  std::shared_ptr<FileDB> fdb = OpenStore();
+  {
+    std::lock_guard<std::mutex> hold(g_mutex);
+    if (g_fdb == fdb) CloseStore();
+  }
+  int rc = fdb ? fdb->Destroy() : -1;
   if (rc != 0) CRLDB_TRACE("%s: fdb->Destroy failed", me);
   return rc == 0 ? 0 : -1;
 }

@@ -16,8 +16,8 @@
 // need no lock because a record is replaced by an atomic rename, while
 // writers must not slip between the garbage collector's reading of a
 // record and its removal (the collector holds the lock for its walk).
-// InitPath and Destroy close the store: they must not run while other
-// threads use the database.
+// InitPath and Destroy close the store; operations that other threads have
+// under way finish on the store they started with.
 //
 // A record is:
 //
@@ -98,7 +98,7 @@ class NYCERT_EXPORT CrlDB {
   // Opens the store when it is not open: 0, or -1 without a path or when the
   // store cannot be opened.
   static int Init();
-  // The open store, or null.
+  // The open store, or null; valid until the next InitPath or Destroy.
   static FileDB* FDB();
 
   // The record key of a distribution point and suffix (null for none).

@@ -5,6 +5,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
+#include <string>
 #include <vector>
 
 #include "nycert/certs/extensions_list.h"
@@ -30,6 +32,10 @@ class obCRL_imp : public obSigned_imp {
   obExtensionsList extensions;
   std::atomic<int> used{0};
   std::atomic<long> lastUsed{0};
+  // The last signature check: the issuer's SubjectPublicKeyInfo and the answer.
+  std::mutex verifiedMutex;
+  std::string verifiedSpki;
+  int verifiedStatus = 0;
   // Spans into buf.
   obCrlFields fields;
 };

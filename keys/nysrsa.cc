@@ -66,7 +66,7 @@ nySRSA_imp::~nySRSA_imp() { EVP_PKEY_free(key_); }
 
 unsigned nySRSA_imp::Flags() const {
   if (!key_) return 0;
-  return hasPrivate_ ? nySRSA_Flag_Public | nySRSA_Flag_Private : nySRSA_Flag_Public;
+  return hasPrivate_ ? nySRSA_Flag_Public | nySRSA_Flag_Private | obPK_Flag_Sign : unsigned{nySRSA_Flag_Public};
 }
 
 int nySRSA_imp::Encrypt(obPKop_type, const unsigned char* in, int inLen, unsigned char* out, int outLen) {

@@ -12,7 +12,7 @@
 #include "nycert/keys/pubkey.h"
 #include "nycert/platform/export.h"
 
-// Bits of nySRSA_imp::Flags.
+// Bits of nySRSA_imp::Flags, beside obPK_Flag_Sign for a private key.
 enum nySRSA_Flag {
   nySRSA_Flag_Public = 0x1,   // public operations (Encrypt, Verify, export of the public key)
   nySRSA_Flag_Private = 0x2,  // private operations (Decrypt, Sign, export of the private key)

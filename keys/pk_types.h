@@ -16,6 +16,9 @@ enum obPKop_type : int {
   obPKop_RawOrDigestInfo = 3,
 };
 
+// The key flag of a key able to sign (a bit of obPubKey::Flags).
+constexpr unsigned obPK_Flag_Sign = 0x8;
+
 // Export forms of a key.
 enum obPK_Format : int {
   obPK_Format_Set = 0,         // attribute set, written through an obset** of size 4

@@ -94,7 +94,7 @@ TEST(RsaKeyOps, SizesAndFlags) {
   EXPECT_EQ(128, key->Sign(obPKop_DigestInfo, ob_md_sha1, kMessage.data(), 11, nullptr, 0));  // the length query
   EXPECT_EQ(1024, key->GetLen(obPK_Len_Bits));
   EXPECT_EQ(128, key->GetLen(obPK_Len_Bytes));
-  EXPECT_EQ(unsigned{nySRSA_Flag_Public | nySRSA_Flag_Private}, key->Flags());
+  EXPECT_EQ(unsigned{nySRSA_Flag_Public | nySRSA_Flag_Private | obPK_Flag_Sign}, key->Flags());
   EXPECT_EQ(unsigned{nySRSA_Flag_Public}, PublicOf(key)->Flags());
 }
 

@@ -8,9 +8,10 @@
 #include "nycert/asn1/runtime/asn_bufset.h"
 #include "nycert/certs/signature_alg.h"
 #include "nycert/certs/signed.h"
+#include "nycert/certs/x509_sign.h"
+#include "nycert/certs/x509_time_internal.h"
 #include "nycert/keys/pubkey.h"
 #include "nycert/keys/rsa_import.h"
-#include "nycert/platform/nybcrypt.h"
 
 namespace {
 
@@ -58,37 +59,26 @@ std::string TestPki::X509Output(const Bytes& der, const std::string& args) const
   return OpensslOutput(dir(), "x509 -inform DER -in probe.der " + args);
 }
 
-Bytes SignDer(const obAsnType& tbs, obPubKey* key, ob_md_type md) {
-  nyBinBuf der;
-  EXPECT_EQ(0, obAsnEncode(tbs, der));
-  unsigned char digest[kObMaxDigestLen];
-  int digestLen = ny_md_hashbuf(md, der.Data(), der.Len(), digest);
-  Bytes signature(static_cast<size_t>(key->Sign(obPKop_DigestInfo, md, digest, digestLen, nullptr, 0)));
-  EXPECT_GT(key->Sign(obPKop_DigestInfo, md, digest, digestLen, signature.data(), static_cast<int>(signature.size())),
-            0);
-  return signature;
+Bytes SignedBy(const obAsnType& tbs, obPubKey* key, ob_md_type md) {
+  nyBinBuf out;
+  EXPECT_EQ(0, obX509Sign(tbs, *key, md, out));
+  return Bytes(out.Data(), out.Data() + out.Len());
+}
+
+void SetSignatureAlg(obASN_AlgorithmIdentifier& alg, ob_md_type md) {
+  alg.algorithm = *obSignatureOid(md);
+  alg.parameters.reset();
 }
 
 Bytes Resign(const Bytes& der, const std::function<void(obASN_Certificate&)>& edit, obPubKey* key, ob_md_type md) {
   obASN_Certificate cert;
   EXPECT_EQ(0, obAsnDecode(cert, der.data(), der.size()));
   edit(cert);
-  cert.tbsCertificate.signature.algorithm = *obSignatureOid(md);
-  cert.signatureAlgorithm.algorithm = *obSignatureOid(md);
-  Bytes signature = SignDer(cert.tbsCertificate, key, md);
-  cert.signature.Set(signature.data(), signature.size() * 8);
-  nyBinBuf out;
-  EXPECT_EQ(0, obAsnEncode(cert, out));
-  return Bytes(out.Data(), out.Data() + out.Len());
+  SetSignatureAlg(cert.tbsCertificate.signature, md);
+  return SignedBy(cert.tbsCertificate, key, md);
 }
 
 namespace {
-
-void SetTime(obASN_Time& time, long seconds) {
-  if (time.Select_utcTime().SetTime(seconds) != 0) {
-    EXPECT_EQ(0, time.Select_generalTime().SetTime(seconds));
-  }
-}
 
 void SetExtension(obASN_Extension& ext, const std::string& oid, bool critical, const Bytes& value) {
   EXPECT_EQ(0, ext.extnID.Set(oid.c_str()));
@@ -100,7 +90,7 @@ void SetRevoked(obASN_TBSCertList_revokedCertificates_elem& entry, const Revoked
   obAsnReadBuf serial(request.serial.data(), request.serial.size());
   unsigned long consumed = 0;
   EXPECT_EQ(1, entry.userCertificate.BDecContent(serial, 0, static_cast<obAsnLen>(request.serial.size()), consumed));
-  SetTime(entry.revocationDate, request.revoked);
+  EXPECT_EQ(0, obX509SetTime(entry.revocationDate, request.revoked));
   if (request.reason >= 0)
     SetExtension(entry.crlEntryExtensions.emplace().Append(), "2.5.29.21", false,
                  Bytes{0x0A, 0x01, static_cast<unsigned char>(request.reason)});
@@ -111,14 +101,14 @@ void SetRevoked(obASN_TBSCertList_revokedCertificates_elem& entry, const Revoked
 Bytes MakeCrl(const TestPki& pki, const std::vector<RevokedEntry>& revoked, const CrlOptions& options) {
   obASN_Certificate ca;
   EXPECT_EQ(0, obAsnDecode(ca, pki.CaDer().data(), pki.CaDer().size()));
-  obASN_CertificateList crl;
-  obASN_TBSCertList& tbs = crl.tbsCertList;
+  obASN_TBSCertList tbs;
   tbs.version.reset(new obASN_Version(obASN_Version::v2));
-  tbs.signature.algorithm = *obSignatureOid(options.md);
-  crl.signatureAlgorithm.algorithm = *obSignatureOid(options.md);
+  SetSignatureAlg(tbs.signature, options.md);
   tbs.issuer = ca.tbsCertificate.subject;
-  SetTime(tbs.thisUpdate, options.thisUpdate);
-  if (options.nextUpdate) SetTime(tbs.nextUpdate.emplace(), options.nextUpdate);
+  EXPECT_EQ(0, obX509SetTime(tbs.thisUpdate, options.thisUpdate));
+  if (options.nextUpdate) {
+    EXPECT_EQ(0, obX509SetTime(tbs.nextUpdate.emplace(), options.nextUpdate));
+  }
   if (!revoked.empty()) {
     obASN_TBSCertList_revokedCertificates& list = tbs.revokedCertificates.emplace();
     list.items.reserve(revoked.size());
@@ -129,11 +119,7 @@ Bytes MakeCrl(const TestPki& pki, const std::vector<RevokedEntry>& revoked, cons
     for (const CrlExtensionValue& ext : options.extensions)
       SetExtension(extensions.Append(), ext.oid, ext.critical, ext.value);
   }
-  Bytes signature = SignDer(tbs, pki.CaKey(), options.md);
-  crl.signature.Set(signature.data(), signature.size() * 8);
-  nyBinBuf out;
-  EXPECT_EQ(0, obAsnEncode(crl, out));
-  return Bytes(out.Data(), out.Data() + out.Len());
+  return SignedBy(tbs, pki.CaKey(), options.md);
 }
 
 Bytes SerialOctets(int64_t v) {

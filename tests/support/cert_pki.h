@@ -14,6 +14,7 @@
 #include "nycert/keys/pk_types.h"
 #include "support/test_support.h"
 
+class obASN_AlgorithmIdentifier;
 class obASN_Certificate;
 class obAsnType;
 class obPubKey;
@@ -72,8 +73,10 @@ class TestPki {
 Bytes Resign(const Bytes& der, const std::function<void(obASN_Certificate&)>& edit, obPubKey* key,
              ob_md_type md = ob_md_sha256);
 
-// The signature key makes with md over the DER of tbs.
-Bytes SignDer(const obAsnType& tbs, obPubKey* key, ob_md_type md);
+// The signed structure key makes with md over tbs (certificate, CRL or request).
+Bytes SignedBy(const obAsnType& tbs, obPubKey* key, ob_md_type md);
+// alg names the RSA signature algorithm of md, parameters absent, as signing writes it.
+void SetSignatureAlg(obASN_AlgorithmIdentifier& alg, ob_md_type md);
 
 // One revoked certificate of a CRL.
 struct RevokedEntry {

@@ -1,0 +1,20 @@
+// Locally configured name constraints: the directory names a root CA
+// permits for the end-entity certificates of the chains it anchors.
+#ifndef NYCERT_VALIDATE_NAME_CONSTRAINTS_H_
+#define NYCERT_VALIDATE_NAME_CONSTRAINTS_H_
+
+#include "nycert/crl/validation_rc.h"
+#include "nycert/platform/export.h"
+
+class obCert;
+class obGeneralNames;
+class obRootCA;
+
+// 0 when cert's subject lies under one of the directory names of permitted
+// (the subject itself or a name below it), or when there is no list; -987
+// when it lies under none, so that an empty list, or one without directory
+// names, rejects every certificate; -1000 for a missing certificate or
+// subject.
+NYCERT_EXPORT obValidationRC obValidateNameConstraints(const obGeneralNames* permitted, const obCert* cert);
+
+#endif  // NYCERT_VALIDATE_NAME_CONSTRAINTS_H_
