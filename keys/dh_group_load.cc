@@ -53,9 +53,7 @@ class ListLock {
   const char* fn_ = "";
 };
 
-std::string AttrText(const nyBinBuf* value) {
-  return value ? std::string(reinterpret_cast<const char*>(value->Data()), value->Len()) : std::string();
-}
+std::string AttrText(const ObBytes* value) { return value ? std::string(value->begin(), value->end()) : std::string(); }
 
 // A decimal attribute: 0, or -1 when absent or not a number.
 int ReadNumber(const obset* object, const char* attr, int* out) {
@@ -69,9 +67,9 @@ int ReadNumber(const obset* object, const char* attr, int* out) {
   return 0;
 }
 
-unsigned char* CopyBytes(const nyBinBuf& value) {
-  unsigned char* copy = static_cast<unsigned char*>(std::malloc(value.Len()));
-  if (copy) std::memcpy(copy, value.Data(), value.Len());
+unsigned char* CopyBytes(const ObBytes& value) {
+  unsigned char* copy = static_cast<unsigned char*>(std::malloc(value.size()));
+  if (copy) std::memcpy(copy, value.data(), value.size());
   return copy;
 }
 
@@ -117,17 +115,17 @@ bool OneOf(const std::string& type, std::initializer_list<const char*> names) {
 
 }  // namespace
 
-const nyBinBuf* LoadDhGroupAttr(const obset* object, const char* attr) {
-  const nyBinBuf* value = object ? object->GetValue(attr) : nullptr;
+const ObBytes* LoadDhGroupAttr(const obset* object, const char* attr) {
+  const ObBytes* value = object ? object->GetValue(attr) : nullptr;
   if (!value) OB_HERROR("%s: Can't find attribute: %s in object", "LoadDhGroupAttr", attr ? attr : "");
   return value;
 }
 
 DhGrpParams* GetDhParams(const obset* object) {
   static const char kFn[] = "GetDhParams";
-  const nyBinBuf* mod = object ? object->GetValue("value") : nullptr;
-  const nyBinBuf* gen = object ? object->GetValue("root") : nullptr;
-  if (!mod || !gen || mod->IsEmpty() || gen->IsEmpty()) {
+  const ObBytes* mod = object ? object->GetValue("value") : nullptr;
+  const ObBytes* gen = object ? object->GetValue("root") : nullptr;
+  if (!mod || !gen || mod->empty() || gen->empty()) {
     OB_HERROR("%s: Failed to get modulus or generator from group", kFn);
     return nullptr;
   }
@@ -141,16 +139,16 @@ DhGrpParams* GetDhParams(const obset* object) {
     OB_HERROR("%s: Error in reading modsize from DH group", kFn);
     return nullptr;
   }
-  if (modSize != static_cast<int>(mod->Len())) {
-    OB_HERROR("%s: modsize in DB: %d doesn't match actual modsize: %d", kFn, modSize, static_cast<int>(mod->Len()));
+  if (modSize != static_cast<int>(mod->size())) {
+    OB_HERROR("%s: modsize in DB: %d doesn't match actual modsize: %d", kFn, modSize, static_cast<int>(mod->size()));
     return nullptr;
   }
   if (ReadNumber(object, "rootsize", &genSize) != 0) {
     OB_HERROR("%s: Error in reading rootsize from DH group", kFn);
     return nullptr;
   }
-  if (genSize != static_cast<int>(gen->Len())) {
-    OB_HERROR("%s: gensize in DB: %d doesn't match actual gensize: %d", kFn, genSize, static_cast<int>(gen->Len()));
+  if (genSize != static_cast<int>(gen->size())) {
+    OB_HERROR("%s: gensize in DB: %d doesn't match actual gensize: %d", kFn, genSize, static_cast<int>(gen->size()));
     return nullptr;
   }
   if (ReadNumber(object, "DH_group_number", &grpNum) != 0) {

@@ -25,7 +25,7 @@ NYCERT_EXPORT int LoadAllDHGroups(const obset* config);
 // made): 0 when it loaded or names a group that needs nothing, -1 otherwise.
 NYCERT_EXPORT int LoadDHGroup(const obset* object);
 // The value of attr in object, or null (reported).
-NYCERT_EXPORT const nyBinBuf* LoadDhGroupAttr(const obset* object, const char* attr);
+NYCERT_EXPORT const ObBytes* LoadDhGroupAttr(const obset* object, const char* attr);
 // A user-defined group's record, checked against its stated sizes; null on
 // failure. DestroyDhGrpParams frees it.
 NYCERT_EXPORT DhGrpParams* GetDhParams(const obset* object);

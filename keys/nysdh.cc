@@ -66,9 +66,9 @@ Bn GetBn(const EVP_PKEY* key, const char* name) {
 }
 
 // The big-endian octets of bn, left-padded to len.
-nyBinBuf PaddedBytes(const BIGNUM* bn, int len) {
-  nyBinBuf out(static_cast<unsigned>(len));
-  if (BN_bn2binpad(bn, out.Data(), len) != len) out.Clear();
+ObBytes PaddedBytes(const BIGNUM* bn, int len) {
+  ObBytes out(static_cast<size_t>(len));
+  if (BN_bn2binpad(bn, out.data(), len) != len) out.clear();
   return out;
 }
 
@@ -192,9 +192,9 @@ int nySDH_imp::ExportSet(void* out, int outLen) const {
       set->Put("public", PaddedBytes(pub.get(), modLen_)) != 0)
     return obPK_RC_ExportFailed;
   if (priv) {
-    nyBinBuf privBytes = PaddedBytes(priv.get(), BN_num_bytes(priv.get()));
+    ObBytes privBytes = PaddedBytes(priv.get(), BN_num_bytes(priv.get()));
     int rc = set->Put("private", privBytes);
-    privBytes.Zero();
+    OPENSSL_cleanse(privBytes.data(), privBytes.size());
     if (rc != 0) return obPK_RC_ExportFailed;
   }
   *static_cast<obset**>(out) = set.release();
@@ -225,8 +225,8 @@ void nySDH_imp::Herror() const {
   Bn pub(Public());
   if (!pub) return;
   herror_func(0, 0, "Public value:");
-  nyBinBuf bytes = PaddedBytes(pub.get(), modLen_);
-  hex_herror(bytes.Data(), bytes.Len());
+  ObBytes bytes = PaddedBytes(pub.get(), modLen_);
+  hex_herror(bytes.data(), static_cast<unsigned>(bytes.size()));
 }
 
 nySDH* obPubKey_NewDH(const unsigned char* mod, int modLen, const unsigned char* gen, int genLen, int privBits) {
