@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "chain_command.h"
 #include "crl_db_command.h"
 #include "p12_command.h"
 #include "show_command.h"
@@ -13,6 +14,7 @@ const char kUsage[] =
     "\n"
     "Commands:\n"
     "  show     print certificates and CRLs from DER or PEM files\n"
+    "  chain    sort a bag of certificates into a chain anchored at a trusted root\n"
     "  crl-db   list, print and clean the CRL cache's database\n"
     "  p12      list, write, unpack and re-protect PKCS#12 key files\n"
     "\n"
@@ -25,6 +27,7 @@ struct Command {
 
 const Command kCommands[] = {
     {"show", ShowCommand},
+    {"chain", ChainCommand},
     {"crl-db", CrlDbCommand},
     {"p12", P12Command},
 };
