@@ -111,6 +111,7 @@ std::string ToHex(const unsigned char* data, size_t length) {
 }
 
 std::string ToHex(const nyBinBuf& buf) { return ToHex(buf.Data(), buf.Len()); }
+std::string ToHex(const std::vector<unsigned char>& bytes) { return ToHex(bytes.data(), bytes.size()); }
 
 std::string Repeat(const std::string& text, int times) {
   std::string out;
@@ -181,11 +182,14 @@ std::string OpensslOutput(const std::string& dir, const std::string& args) {
   return out;
 }
 
-std::string CachedKey(int bits) {
+std::string TestCacheDir() {
   const char* tmp = std::getenv("TMPDIR");
   std::string dir = std::string(tmp && *tmp ? tmp : "/tmp") + "/nycert-test-keys-" + std::to_string(getuid());
   mkdir(dir.c_str(), 0700);
-  std::string path = dir + (bits ? "/rsa" + std::to_string(bits) + ".pem" : "/ec256.pem");
+  return dir;
+}
+
+void MakeOnce(const std::string& path, const std::function<bool(const std::string&)>& make) {
   std::string lock = path + ".lock";
   for (int waited = 0; access(path.c_str(), R_OK) != 0; ++waited) {
     bool stale = waited == 600;  // two minutes: the lock's maker died
@@ -196,13 +200,21 @@ std::string CachedKey(int bits) {
     }
     if (fd >= 0) close(fd);
     std::string scratch = path + "." + std::to_string(getpid());
-    std::string algorithm = bits ? "RSA -pkeyopt rsa_keygen_bits:" + std::to_string(bits)
-                                 : "EC -pkeyopt ec_paramgen_curve:P-256";
-    if (Openssl(dir, "genpkey -algorithm " + algorithm + " -out '" + scratch + "'"))
-      std::rename(scratch.c_str(), path.c_str());
+    if (make(scratch)) std::rename(scratch.c_str(), path.c_str());
     unlink(lock.c_str());
     break;
   }
+}
+
+std::string CachedKey(int bits, int index) {
+  std::string dir = TestCacheDir();
+  std::string suffix = index ? "-" + std::to_string(index) + ".pem" : ".pem";
+  std::string path = dir + (bits ? "/rsa" + std::to_string(bits) : "/ec256") + suffix;
+  MakeOnce(path, [&](const std::string& scratch) {
+    std::string algorithm = bits ? "RSA -pkeyopt rsa_keygen_bits:" + std::to_string(bits)
+                                 : "EC -pkeyopt ec_paramgen_curve:P-256";
+    return Openssl(dir, "genpkey -algorithm " + algorithm + " -out '" + scratch + "'");
+  });
   return path;
 }
 

@@ -37,6 +37,7 @@ int Gated(const std::function<int()>& op, const std::string& message = "");
 std::vector<unsigned char> Hex(const std::string& text);
 std::string ToHex(const unsigned char* data, size_t length);
 std::string ToHex(const nyBinBuf& buf);
+std::string ToHex(const std::vector<unsigned char>& bytes);
 // text written times over.
 std::string Repeat(const std::string& text, int times);
 
@@ -71,8 +72,15 @@ std::string OpensslOutput(const std::string& dir, const std::string& args);
 // Large RSA keys are slow to make, so each is kept in a directory of the
 // user's under $TMPDIR and shared by parallel test processes: the one that
 // creates the lock file makes the key (under a private name, then renamed),
-// the others wait. Returns the PEM file's path.
-std::string CachedKey(int bits);
+// the others wait. Keys of other indexes are distinct keys of the same kind.
+// Returns the PEM file's path.
+std::string CachedKey(int bits, int index = 0);
+// A directory of the user's under $TMPDIR for what tests make once and share.
+std::string TestCacheDir();
+// Unless path exists, has make build it under the scratch name it is given
+// (a file or a directory) and renames that into place when make succeeds;
+// one process makes, parallel ones wait for it.
+void MakeOnce(const std::string& path, const std::function<bool(const std::string&)>& make);
 
 std::vector<unsigned char> ReadBytes(const std::string& path);
 void WriteBytes(const std::string& path, const std::vector<unsigned char>& bytes);
