@@ -302,6 +302,20 @@ TEST(CrlCacheLookup, PushedCrlsAreFiledUnderTheirDistributionPointOrIssuer) {
   EXPECT_EQ(obCRLCache_Push(nullptr, ValidateParams(), 1), -1);
 }
 
+TEST(CrlCacheLookup, InMultiThreadModeEachThreadHasItsOwnCaches) {
+  CrlCacheSandbox sandbox;
+  obCRLCache_SetMultiThread(1);
+  CrlPtr crl = FreshCrl("");
+  ASSERT_EQ(obCRLCache_Push(crl.get(), ValidateParams(), obCRLCacheDest_Memory), 0);
+  obFetch_stat elsewhere = obFetch_Found;
+  std::thread([&] { elsewhere = Lookup(TestCerts().noDp.get(), 0).stat; }).join();
+  EXPECT_EQ(elsewhere, obFetch_NoCRL);
+  EXPECT_EQ(Lookup(TestCerts().noDp.get(), 0).stat, obFetch_Found);
+  // A flush reaches every thread's caches.
+  obCRLCache_Flush();
+  EXPECT_EQ(Lookup(TestCerts().noDp.get(), 0).stat, obFetch_NoCRL);
+}
+
 TEST(CrlCacheLookup, ReasonsForCrlsThatCannotServe) {
   CrlCacheSandbox sandbox;
   obCert* cert = TestCerts().noDp.get();
