@@ -112,6 +112,7 @@
 #include "nycert/validate/ocsp_fetchers.h"
 #include "nycert/validate/ocsp_request.h"
 #include "nycert/validate/ocsp_response.h"
+#include "nycert/validate/ocsp_status.h"
 #include "nycert/validate/validate_path.h"
 #include "nycert/validate/validation_text.h"
 
