@@ -4,10 +4,11 @@
 
 #include "nycert/buffers/nybinbuf.h"
 #include "nycert/buffers/obstring.h"
+#include "nycert/platform/export.h"
 
 // Writes the whole buffer to the file, created or truncated. 0, or -1.
-int Buf2File(const obString& fileName, nyBinBuf& buf);
+NYCERT_EXPORT int Buf2File(const obString& fileName, nyBinBuf& buf);
 // Reads the whole file into buf. An empty file is an error. 0, or -1.
-int File2Buf(const obString& fileName, nyBinBuf& buf);
+NYCERT_EXPORT int File2Buf(const obString& fileName, nyBinBuf& buf);
 
 #endif  // NYCERT_BUFFERS_FILEBUF_H_

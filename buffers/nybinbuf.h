@@ -8,9 +8,11 @@
 
 #include <cstdio>
 
+#include "nycert/platform/export.h"
+
 class ObStream;
 
-class nyBinBuf {
+class NYCERT_EXPORT nyBinBuf {
  public:
   nyBinBuf() = default;
   nyBinBuf(const unsigned char* p, unsigned n) { Set(p, n); }

@@ -5,7 +5,9 @@
 #ifndef NYCERT_BUFFERS_OBSTRING_H_
 #define NYCERT_BUFFERS_OBSTRING_H_
 
-class obString {
+#include "nycert/platform/export.h"
+
+class NYCERT_EXPORT obString {
  public:
   obString() = default;
   obString(const char* s);  // NOLINT(google-explicit-constructor): texts convert freely
@@ -36,9 +38,9 @@ class obString {
   unsigned len_ = 0;
 };
 
-obString operator+(const obString& left, const obString& right);
-obString operator+(const obString& left, const char* right);
-int operator==(const obString& left, const obString& right);
-int operator!=(const obString& left, const obString& right);
+NYCERT_EXPORT obString operator+(const obString& left, const obString& right);
+NYCERT_EXPORT obString operator+(const obString& left, const char* right);
+NYCERT_EXPORT int operator==(const obString& left, const obString& right);
+NYCERT_EXPORT int operator!=(const obString& left, const obString& right);
 
 #endif  // NYCERT_BUFFERS_OBSTRING_H_

@@ -17,6 +17,7 @@
 
 #include "nycert/buffers/nybinbuf.h"
 #include "nycert/buffers/obstring.h"
+#include "nycert/platform/export.h"
 
 // Labels are 1 to 64 printable characters, not starting or ending with a
 // blank or hyphen and with no two blanks or hyphens in a row.
@@ -24,14 +25,14 @@ constexpr unsigned obPem_MaxLabel = 64;
 
 // out = the block of len bytes of data under label, in 64-column lines each
 // ended by "\n", the END line included. 0, or -1 (bad label, no data).
-int Base64Encode_PEM(const char* label, const unsigned char* data, unsigned len, obString& out);
+NYCERT_EXPORT int Base64Encode_PEM(const char* label, const unsigned char* data, unsigned len, obString& out);
 
 // out = the contents of the first block of the len bytes of text whose label
 // is label (any label when null). 0, or -1 when there is no such block or it
 // is malformed; out is then empty.
-int Base64Decode_PEM(const char* text, unsigned len, const char* label, nyBinBuf& out);
+NYCERT_EXPORT int Base64Decode_PEM(const char* text, unsigned len, const char* label, nyBinBuf& out);
 
-struct obPemBlock {
+struct NYCERT_EXPORT obPemBlock {
   std::string label;  // empty when the BEGIN line holds no readable label
   nyBinBuf der;
 };
@@ -39,10 +40,10 @@ struct obPemBlock {
 // Reads the next block of text at or after offset and moves offset past it.
 // 1: block holds it; 0: no more blocks; -1: a malformed block, reported and
 // skipped (block.der empty), so calling again goes on with the next one.
-int obPem_Next(const char* text, unsigned len, unsigned& offset, obPemBlock& block);
+NYCERT_EXPORT int obPem_Next(const char* text, unsigned len, unsigned& offset, obPemBlock& block);
 
 // 1 when data holds a BEGIN line ("-----BEGIN <label>-----") somewhere,
 // telling PEM text from DER; else 0.
-int obPem_IsPem(const unsigned char* data, unsigned len);
+NYCERT_EXPORT int obPem_IsPem(const unsigned char* data, unsigned len);
 
 #endif  // NYCERT_BUFFERS_PEM_H_

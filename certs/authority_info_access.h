@@ -12,8 +12,9 @@
 #include "nycert/asn1/runtime/der_reader.h"
 #include "nycert/certs/ext_bytes.h"
 #include "nycert/certs/extension.h"
+#include "nycert/platform/export.h"
 
-class obAuthorityInfoAccess_imp : public obExtension_imp {
+class NYCERT_EXPORT obAuthorityInfoAccess_imp : public obExtension_imp {
  public:
   obAuthorityInfoAccess_imp() = default;
   obAuthorityInfoAccess_imp(const obAuthorityInfoAccess_imp& other) = default;
@@ -38,7 +39,7 @@ class obAuthorityInfoAccess_imp : public obExtension_imp {
   size_t derLen_ = 0;
 };
 
-class obAuthorityInfoAccess : public obExtension {
+class NYCERT_EXPORT obAuthorityInfoAccess : public obExtension {
  public:
   // From the generated value; an unusable one leaves the extension empty (reported).
   explicit obAuthorityInfoAccess(const obASN_AuthorityInfoAccessSyntax& access);

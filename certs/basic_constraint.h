@@ -7,8 +7,9 @@
 
 #include "nycert/asn1/runtime/der_reader.h"
 #include "nycert/certs/extension.h"
+#include "nycert/platform/export.h"
 
-class obBasicConstraint_imp : public obExtension_imp {
+class NYCERT_EXPORT obBasicConstraint_imp : public obExtension_imp {
  public:
   // pathLen -1: no path length constraint.
   obBasicConstraint_imp(int isCA, int pathLen) : isCA_(isCA != 0), pathLen_(pathLen < 0 ? -1 : pathLen) {}
@@ -25,7 +26,7 @@ class obBasicConstraint_imp : public obExtension_imp {
   int pathLen_;
 };
 
-class obBasicConstraint : public obExtension {
+class NYCERT_EXPORT obBasicConstraint : public obExtension {
  public:
   // pathLen -1 (or any negative value): no path length constraint.
   obBasicConstraint(int isCA, int pathLen);

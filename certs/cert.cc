@@ -17,7 +17,7 @@
 #include "nycert/keys/rsa_import.h"
 #include "nycert/names/obdn.h"
 
-obCert_imp::~obCert_imp() { obFreePubKey(pubKey.load()); }
+obCert_imp::~obCert_imp() = default;
 
 namespace {
 
@@ -78,19 +78,17 @@ void obCert::Decode() {
 }
 
 obPubKey* obCert::PubKey() {
-  obPubKey* key = imp_->pubKey.load(std::memory_order_acquire);
+  obPubKey* key = imp_->pubKey.Peek();
   if (key || !OK()) return key;
-  const obDerSpan& spki = imp_->fields.spki;
-  key = obImportRSAKey(obPK_Format_PublicDER, spki.data, static_cast<int>(spki.size));
-  if (!key || !key->OK()) {
-    obFreePubKey(key);
-    SetError("Error decoding key");
-    return nullptr;
-  }
-  obPubKey* expected = nullptr;
-  if (imp_->pubKey.compare_exchange_strong(expected, key, std::memory_order_acq_rel)) return key;
-  obFreePubKey(key);
-  return expected;
+  key = imp_->pubKey.Get([this] {
+    const obDerSpan& spki = imp_->fields.spki;
+    obPublishOnce<obPubKey, obPubKeyFree>::Owned made(
+        obImportRSAKey(obPK_Format_PublicDER, spki.data, static_cast<int>(spki.size)));
+    if (made && !made->OK()) made.reset();
+    return made;
+  });
+  if (!key) std::call_once(imp_->keyFailure, [this] { SetError("Error decoding key"); });
+  return key;
 }
 
 int obCert::Version() const { return imp_->version; }

@@ -13,6 +13,7 @@
 #include "nycert/asn1/runtime/der_reader.h"
 #include "nycert/certs/key_usage.h"
 #include "nycert/certs/signed.h"
+#include "nycert/platform/export.h"
 
 class ObStream;
 class obAsnInt;
@@ -36,11 +37,11 @@ enum obCertHerrorDetails : int {
   obCertHerror_All = 3,
 };
 
-class obCert : public obSigned {
+class NYCERT_EXPORT obCert : public obSigned {
  public:
   obCert(const unsigned char* buf, unsigned int len);
-  obCert(const obCert&) = default;
-  obCert& operator=(const obCert&) = default;
+  obCert(const obCert&) = delete;
+  obCert& operator=(const obCert&) = delete;
   ~obCert() override;
 
   // The subject key, imported on the first call; null when it cannot be.
@@ -93,7 +94,7 @@ class obCert : public obSigned {
   obCert_imp* imp_;
 };
 
-class obCerts : public obSignedObjects {
+class NYCERT_EXPORT obCerts : public obSignedObjects {
  public:
   explicit obCerts(int n = 0);
   obCerts(const obCerts& other);
@@ -112,26 +113,26 @@ class obCerts : public obSignedObjects {
 };
 
 // The C interface.
-obCert* obCert_Decode(const unsigned char* buf, int len);
-void obCert_Save(obCert* cert);
-void obCert_Free(obCert* cert);
-obDN* obCert_GetSubject(obCert* cert);
-void obCerts_ClearAll(obCerts* certs);
-void obCerts_Free(obCerts* certs);
+NYCERT_EXPORT obCert* obCert_Decode(const unsigned char* buf, int len);
+NYCERT_EXPORT void obCert_Save(obCert* cert);
+NYCERT_EXPORT void obCert_Free(obCert* cert);
+NYCERT_EXPORT obDN* obCert_GetSubject(obCert* cert);
+NYCERT_EXPORT void obCerts_ClearAll(obCerts* certs);
+NYCERT_EXPORT void obCerts_Free(obCerts* certs);
 // Writes the list (slots from 0 up to the first empty one) as a DER SEQUENCE
 // OF Certificate into buf of size octets: the length, or -1. A null buf
 // gives the length only.
-int obCerts_2buf(obCerts* certs, unsigned char* buf, int size);
+NYCERT_EXPORT int obCerts_2buf(obCerts* certs, unsigned char* buf, int size);
 // The certificates of a DER SEQUENCE OF Certificate in a new list, or null
 // when buf is not one or an element does not decode.
-obCerts* obCerts_buf2Certs(const unsigned char* buf, int len);
+NYCERT_EXPORT obCerts* obCerts_buf2Certs(const unsigned char* buf, int len);
 // Prints a DER certificate at detail 3 on the diagnostic channel, only while
 // debug printing is on.
-void obCert_Herror_buf(const unsigned char* buf, int len);
-void obCert_Sprint_certbuf(ObStream* s, const unsigned char* buf, int len, obCertHerrorDetails details, int indent);
-void obCert_Fprint_certbuf(FILE* f, const unsigned char* buf, int len, obCertHerrorDetails details, int indent);
+NYCERT_EXPORT void obCert_Herror_buf(const unsigned char* buf, int len);
+NYCERT_EXPORT void obCert_Sprint_certbuf(ObStream* s, const unsigned char* buf, int len, obCertHerrorDetails details, int indent);
+NYCERT_EXPORT void obCert_Fprint_certbuf(FILE* f, const unsigned char* buf, int len, obCertHerrorDetails details, int indent);
 // "Subject: <subject>, Issuer: <issuer>" in a new string for the caller to
 // release with delete[]; null for a null certificate.
-char* obCert_CertNamesToStr(const obCert* cert);
+NYCERT_EXPORT char* obCert_CertNamesToStr(const obCert* cert);
 
 #endif  // NYCERT_CERTS_CERT_H_

@@ -30,7 +30,7 @@ void obCert::Sprint(ObStream* s, obCertHerrorDetails details, int indent) const 
     s->Printf("%sNot valid before: %s Local Time\n", t, obLocalTimeText(notBefore()).c_str());
     s->Printf("%sNot valid after:  %s Local Time\n", t, obLocalTimeText(notAfter()).c_str());
   }
-  obPubKey* key = imp_->pubKey.load(std::memory_order_acquire);
+  obPubKey* key = imp_->pubKey.Peek();
   if (details == obCertHerror_All && key && obDiagOn()) {
     s->Printf("%sPubKey:\n", t);
     key->Herror();

@@ -20,13 +20,14 @@
 #include "nycert/certs/ext_bytes.h"
 #include "nycert/certs/extension.h"
 #include "nycert/certs/lazy_names.h"
+#include "nycert/platform/export.h"
 
 enum obExtGNKind {
   obExtGN_SubjectAltName = 0,
   obExtGN_CRLDistributionPoints = 1,
 };
 
-class obExtGN_imp : public obExtension_imp {
+class NYCERT_EXPORT obExtGN_imp : public obExtension_imp {
  public:
   // From a checked value of kind.
   obExtGN_imp(obExtGNKind kind, obDerSpan der) : kind_(kind), der_(der.data, der.size) {}
@@ -49,7 +50,7 @@ class obExtGN_imp : public obExtension_imp {
   obLazyNames names_;
 };
 
-class obExtGN : public obExtension {
+class NYCERT_EXPORT obExtGN : public obExtension {
  public:
   explicit obExtGN(const obGeneralNames& names, obExtGNKind kind = obExtGN_SubjectAltName);
   obExtGN(const obExtGN& other);

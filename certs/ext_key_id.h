@@ -22,6 +22,7 @@
 #include "nycert/certs/ext_bytes.h"
 #include "nycert/certs/extension.h"
 #include "nycert/certs/lazy_names.h"
+#include "nycert/platform/export.h"
 
 class obPubKey;
 
@@ -30,7 +31,7 @@ enum KeyIdType {
   obKeyId_Authority = 1,
 };
 
-class obExtKeyID_imp : public obExtension_imp {
+class NYCERT_EXPORT obExtKeyID_imp : public obExtension_imp {
  public:
   // An identifier of type with the octets id[0..len).
   obExtKeyID_imp(KeyIdType type, const unsigned char* id, unsigned long len) : type_(type), keyId_(id, len) {}
@@ -59,7 +60,7 @@ class obExtKeyID_imp : public obExtension_imp {
   obLazyNames names_;
 };
 
-class obExtKeyID : public obExtension {
+class NYCERT_EXPORT obExtKeyID : public obExtension {
  public:
   // A subject key identifier.
   explicit obExtKeyID(const obAsnOcts& keyId);

@@ -12,6 +12,7 @@
 #include "nycert/asn1/runtime/der_reader.h"
 #include "nycert/certs/ext_bytes.h"
 #include "nycert/certs/extension.h"
+#include "nycert/platform/export.h"
 
 // The known key purposes; 0 stands for none.
 enum obExtKeyUsageType {
@@ -27,7 +28,7 @@ enum obExtKeyUsageType {
   obEKU_smartCardLogon = 9,   // 1.3.6.1.4.1.311.20.2.2
 };
 
-class obExtKeyUsage_imp : public obExtension_imp {
+class NYCERT_EXPORT obExtKeyUsage_imp : public obExtension_imp {
  public:
   // From the DER of a checked ExtKeyUsageSyntax and the mask of its known purposes.
   obExtKeyUsage_imp(obDerSpan der, unsigned mask) : der_(der.data, der.size), mask_(mask) {}
@@ -46,7 +47,7 @@ class obExtKeyUsage_imp : public obExtension_imp {
   unsigned mask_;  // bit (1 << type) for each known purpose held
 };
 
-class obExtKeyUsage : public obExtension {
+class NYCERT_EXPORT obExtKeyUsage : public obExtension {
  public:
   // The purposes listed, in order; unsupported types are reported and left out.
   obExtKeyUsage(const obExtKeyUsageType* types, int count);

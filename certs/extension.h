@@ -15,11 +15,13 @@
 
 #include <cstdio>
 
+#include "nycert/platform/export.h"
+
 class ObStream;
 class obAsnBytes;
 class obAsnWriteBuf;
 
-class obExtension_imp {
+class NYCERT_EXPORT obExtension_imp {
  public:
   obExtension_imp() = default;
   obExtension_imp(const obExtension_imp&) = default;
@@ -39,7 +41,7 @@ class obExtension_imp {
   virtual int EncodeValue(obAsnWriteBuf& b) const = 0;
 };
 
-class obExtension {
+class NYCERT_EXPORT obExtension {
  public:
   obExtension(const obExtension&) = delete;
   obExtension& operator=(const obExtension&) = delete;

@@ -13,6 +13,7 @@
 
 #include "nycert/asn1/runtime/asn_oid.h"
 #include "nycert/asn1/runtime/der_reader.h"
+#include "nycert/platform/export.h"
 
 class obExtension;
 class obASN_Extensions;
@@ -25,20 +26,20 @@ typedef obExtension* (*obExtHandlerFn)(obDerSpan value, int critical, int& accep
 
 // One row of a handler table; a null handle is the "ignore" handler: the
 // extension is skipped whatever its criticality.
-struct obExtHandler {
+struct NYCERT_EXPORT obExtHandler {
   const obAsnOid* oid;
   obExtHandlerFn handle;
 };
 
-struct obExtHandlerTable {
+struct NYCERT_EXPORT obExtHandlerTable {
   const obExtHandler* rows;
   size_t count;
 };
 
 // The table certificates are decoded with.
-const obExtHandlerTable& obCertExtHandlers();
+NYCERT_EXPORT const obExtHandlerTable& obCertExtHandlers();
 
-class obExtensionsList {
+class NYCERT_EXPORT obExtensionsList {
  public:
   obExtensionsList() = default;
   obExtensionsList(const obExtensionsList&) = delete;
@@ -87,8 +88,8 @@ class obExtensionsList {
 };
 
 // The C interface; the list takes ext over.
-obExtensionsList* obExtensionsList_New();
-void obExtensionsList_Delete(obExtensionsList* list);
-int obExtensionsList_Add(obExtensionsList* list, obAsnOid* oid, int critical, obExtension* ext);
+NYCERT_EXPORT obExtensionsList* obExtensionsList_New();
+NYCERT_EXPORT void obExtensionsList_Delete(obExtensionsList* list);
+NYCERT_EXPORT int obExtensionsList_Add(obExtensionsList* list, obAsnOid* oid, int critical, obExtension* ext);
 
 #endif  // NYCERT_CERTS_EXTENSIONS_LIST_H_

@@ -8,6 +8,7 @@
 
 #include "nycert/asn1/runtime/der_reader.h"
 #include "nycert/certs/extension.h"
+#include "nycert/platform/export.h"
 
 // The key usages, by their bit numbers.
 enum obKeyUsageType {
@@ -22,7 +23,7 @@ enum obKeyUsageType {
   obKU_decipherOnly = 8,
 };
 
-class obKeyUsage_imp : public obExtension_imp {
+class NYCERT_EXPORT obKeyUsage_imp : public obExtension_imp {
  public:
   explicit obKeyUsage_imp(unsigned bits) : bits_(bits & kAllBits) {}
 
@@ -39,7 +40,7 @@ class obKeyUsage_imp : public obExtension_imp {
   unsigned bits_;
 };
 
-class obKeyUsage : public obExtension {
+class NYCERT_EXPORT obKeyUsage : public obExtension {
  public:
   // bits: 1 << type for every usage held (see KeyUsageBits).
   explicit obKeyUsage(unsigned bits);

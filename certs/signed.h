@@ -10,8 +10,11 @@
 #ifndef NYCERT_CERTS_SIGNED_H_
 #define NYCERT_CERTS_SIGNED_H_
 
+#include <atomic>
+
 #include "nycert/buffers/obstring.h"
 #include "nycert/keys/pkobj.h"
+#include "nycert/platform/export.h"
 
 class obAsnOid;
 class obAsnType;
@@ -24,7 +27,7 @@ enum obVfy_status : int {
   obVfy_UnsupportedAlg = -3,   // no supported digest, or hashing failed
 };
 
-class obSigned_imp : public obPKobj_imp {
+class NYCERT_EXPORT obSigned_imp : public obPKobj_imp {
  public:
   obSigned_imp() = default;
   // Copies len octets of buf; an empty buffer gives the error "Empty data".
@@ -33,18 +36,20 @@ class obSigned_imp : public obPKobj_imp {
   obSigned_imp& operator=(const obSigned_imp&) = delete;
   ~obSigned_imp() override;
 
-  int ok = 1;
+  std::atomic<int> ok{1};  // also cleared after decoding, by a failing key import
   obString error;
   obAsnOid* unhandledCritExt = nullptr;
   unsigned char* buf = nullptr;
   unsigned int bufLen = 0;
 };
 
-class obSigned : public obPKobj {
+class NYCERT_EXPORT obSigned : public obPKobj {
  public:
   obSigned(const unsigned char* buf, unsigned int len);
-  obSigned(const obSigned&) = default;
-  obSigned& operator=(const obSigned&) = default;
+  // A copy would share the implementation and free it twice: hold a
+  // reference instead (obSaveSigned).
+  obSigned(const obSigned&) = delete;
+  obSigned& operator=(const obSigned&) = delete;
   ~obSigned() override;
 
   const unsigned char* GetBuf() const { return imp_->buf; }
@@ -72,16 +77,16 @@ class obSigned : public obPKobj {
 };
 
 // Take and drop a reference; null is ignored.
-void obSaveSigned(obSigned* obj);
-void obFreeSigned(obSigned* obj);
+NYCERT_EXPORT void obSaveSigned(obSigned* obj);
+NYCERT_EXPORT void obFreeSigned(obSigned* obj);
 
-class obSignedObjects_imp {
+class NYCERT_EXPORT obSignedObjects_imp {
  public:
   obSigned** slots = nullptr;
   int capacity = 0;
 };
 
-class obSignedObjects {
+class NYCERT_EXPORT obSignedObjects {
  public:
   obSignedObjects& operator=(const obSignedObjects&) = delete;
   virtual ~obSignedObjects();

@@ -18,6 +18,7 @@
 #include "nycert/certs/cert.h"
 #include "nycert/certs/signed.h"
 #include "nycert/crl/issuing_dp.h"
+#include "nycert/platform/export.h"
 
 struct HashTable;
 class ObStream;
@@ -31,7 +32,7 @@ class obGeneralNames;
 
 // One revoked certificate: a view of its entry in the CRL's DER, read when
 // asked. Sixteen octets, so that the entries of a large CRL stay compact.
-class obCRLEntry {
+class NYCERT_EXPORT obCRLEntry {
  public:
   // serial is the INTEGER content; revocationDate the whole Time element
   // that follows it in the entry.
@@ -52,11 +53,11 @@ class obCRLEntry {
   uint32_t dateLen_;  // the Time element starts where the serial ends
 };
 
-class obCRL : public obSigned {
+class NYCERT_EXPORT obCRL : public obSigned {
  public:
   obCRL(const unsigned char* buf, unsigned int len);
-  obCRL(const obCRL&) = default;
-  obCRL& operator=(const obCRL&) = default;
+  obCRL(const obCRL&) = delete;
+  obCRL& operator=(const obCRL&) = delete;
   ~obCRL() override;
 
   obDN* Issuer() const;
@@ -126,7 +127,7 @@ class obCRL : public obSigned {
   obCRL_imp* imp_;
 };
 
-class obCRLs : public obSignedObjects {
+class NYCERT_EXPORT obCRLs : public obSignedObjects {
  public:
   explicit obCRLs(int n = 0);
   obCRLs(const obCRLs& other);
@@ -144,7 +145,7 @@ class obCRLs : public obSignedObjects {
 
 // Decode a DER CRL and print it to a stream buffer / a FILE (standard error
 // when null).
-void obCert_Sprint_CRLbuf(ObStream* s, const unsigned char* buf, int len, obCertHerrorDetails details, int indent);
-void obCert_Fprint_CRLbuf(FILE* f, const unsigned char* buf, int len, obCertHerrorDetails details, int indent);
+NYCERT_EXPORT void obCert_Sprint_CRLbuf(ObStream* s, const unsigned char* buf, int len, obCertHerrorDetails details, int indent);
+NYCERT_EXPORT void obCert_Fprint_CRLbuf(FILE* f, const unsigned char* buf, int len, obCertHerrorDetails details, int indent);
 
 #endif  // NYCERT_CRL_CRL_H_

@@ -96,7 +96,8 @@ NYCERT_EXPORT void obCRLCache_SetTimeout(unsigned int seconds);
 // Tolerances before thisUpdate and after nextUpdate (default 600 each).
 NYCERT_EXPORT void obCRLCache_SetGracePeriod(int start, int end);
 // A cached CRL is prefetched only when used at least uses times and last
-// used at most idle seconds before its timer fires (defaults 1 and 24).
+// used at most idle seconds before its timer fires (defaults 1 and 24). The
+// prefetcher reads these at its first timer and on obPreFetchCRLs_reconf.
 NYCERT_EXPORT void obCRLCache_SetCRLCacheUse(unsigned int uses, unsigned int idle);
 NYCERT_EXPORT int obCRLCache_GetDefaultGracePeriod();
 NYCERT_EXPORT void obCRLCache_GetDefaultCRLUse(unsigned int* uses, unsigned int* idle);
@@ -114,7 +115,8 @@ NYCERT_EXPORT int remove_crl_cache_db();
 
 // Appends a fetcher for the general-name kinds whose bits (1 << obGNtype)
 // are set in kinds (0: every kind): 0, or -1 when ten are registered already
-// or fetch is null.
+// or fetch is null. Since completions come from other threads, it turns on
+// the locking of reference counts (obPKobj::UseMutex).
 NYCERT_EXPORT int obCRLCache_add_fetcher(obCRLFetcher fetch, void* opaque, unsigned int kinds);
 NYCERT_EXPORT void obCRLCache_free_fetchers();
 
@@ -131,7 +133,7 @@ NYCERT_EXPORT void obCRLCache_DelFromCaches(const obGeneralName* dp);
 // clears them.
 NYCERT_EXPORT void obCRLCache_Flush();
 NYCERT_EXPORT void obCRLCache_GetStats(obCRLCacheStats* stats);
-// Re-reads the prefetch settings into the scheduled records.
+// Makes the prefetcher read the use settings again.
 NYCERT_EXPORT void obPreFetchCRLs_reconf();
 
 // CRL validity now within the graces: 0 valid, 1 expired, -1 not yet valid.

@@ -26,7 +26,7 @@ void TraceTimes(const obCRL& crl, long now, int startGrace, int endGrace) {
 
 extern "C" int obCRL_CRLisValid(const obCRL* crl, const ValidateParams* params) {
   if (!crl) return 1;
-  ValidateParams defaults;
+  static const ValidateParams defaults;
   const ValidateParams& p = params ? *params : defaults;
   long now = ob_time_now();
   long startGrace = Grace(p.Crl_start_grace(), CrlStartGrace());

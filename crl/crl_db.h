@@ -43,13 +43,14 @@
 #include <string>
 
 #include "nycert/asn1/runtime/der_reader.h"
+#include "nycert/platform/export.h"
 
 class FileDB;
 class obCRL;
 class obGeneralName;
 
 // The bytes of one record, split into their fields but not judged.
-class CrlDBRecord {
+class NYCERT_EXPORT CrlDBRecord {
  public:
   // The expiry field's size: shorter records are old.
   static constexpr size_t kExpiryLen = 4;
@@ -83,7 +84,7 @@ class CrlDBRecord {
   size_t len_ = 0;
 };
 
-class CrlDB {
+class NYCERT_EXPORT CrlDB {
  public:
   CrlDB() = delete;
 

@@ -17,17 +17,19 @@
 
 #include <string>
 
+#include "nycert/platform/export.h"
+
 // The longest file key made: the file database takes 251 octets, and the
 // margin leaves room for its own prefix rules to change.
 constexpr size_t kCrlDBFileKeyMax = 200;
 
 // The file key of a record key; *shortened (when given) tells whether it
 // is the shortened form.
-std::string CrlDB_EncodeKey(const std::string& key, bool* shortened = nullptr);
+NYCERT_EXPORT std::string CrlDB_EncodeKey(const std::string& key, bool* shortened = nullptr);
 
 // The record key of a file key: 0 with *key set to it; 1 for a shortened
 // file key, with *key set to the part of the record key it keeps; -1 when
 // fileKey is not a form CrlDB_EncodeKey makes.
-int CrlDB_DecodeKey(const std::string& fileKey, std::string* key);
+NYCERT_EXPORT int CrlDB_DecodeKey(const std::string& fileKey, std::string* key);
 
 #endif  // NYCERT_CRL_CRL_DB_KEY_H_

@@ -9,6 +9,7 @@
 #include "nycert/buffers/diag.h"
 #include "nycert/certs/cert.h"
 #include "nycert/certs/ext_key_id.h"
+#include "nycert/certs/issuer_key_id.h"
 #include "nycert/certs/signature_alg.h"
 #include "nycert/certs/x509_sign.h"
 #include "nycert/certs/x509_time_internal.h"
@@ -80,16 +81,8 @@ int obCRL_Encoder_imp::BuildEntry(const RevokedSerial& entry, obASN_TBSCertList_
 }
 
 int obCRL_Encoder_imp::BuildExtensions(obASN_Extensions& out) const {
-  obExtKeyID* ski = issuer.SubjectKeyId();
-  std::unique_ptr<obExtKeyID> aki;
-  if (ski && ski->KIdBuf().size) {
-    obASN_AuthorityKeyIdentifier value;
-    value.keyIdentifier.emplace().Set(ski->KIdBuf().data, ski->KIdBuf().size);
-    aki.reset(new obExtKeyID(value));
-  } else if (issuer.PubKey()) {
-    aki.reset(new obExtKeyID(obKeyId_Authority, *issuer.PubKey()));
-  }
-  if (!aki || !aki->KIdBuf().size) {
+  std::unique_ptr<obExtKeyID> aki(obAuthorityKeyIdOf(issuer));
+  if (!aki) {
     OB_HERROR("obCRL_Encoder::Encode: no key identifier for the issuer");
     return -1;
   }

@@ -13,6 +13,7 @@
 #include "nycert/crl/crl.h"
 #include "nycert/crl/crl_cache_internal.h"
 #include "nycert/crl/crl_db.h"
+#include "nycert/keys/pkobj.h"
 #include "nycert/platform/obd_env.h"
 
 namespace {
@@ -218,6 +219,9 @@ int obCRLCache_add_fetcher(obCRLFetcher fetch, void* opaque, unsigned int kinds)
     return -1;
   }
   g_fetchers.push_back({fetch, opaque, kinds});
+  // Completions hand CRLs over from fetcher threads: reference counts must
+  // be locked from now on (a failure to make the lock is reported there).
+  obPKobj::UseMutex();
   return 0;
 }
 

@@ -9,15 +9,17 @@
 #ifndef NYCERT_CRL_CRL_NUMBER_H_
 #define NYCERT_CRL_CRL_NUMBER_H_
 
+#include "nycert/platform/export.h"
+
 class obDN;
 
 // The file name is the text between the URI's last "/" and its last ".",
 // so the URI needs both, the "/" first: "http://ca.example/ICA_CRL5.crl"
 // gives 5.
-int obca_URI_to_crl_number(const char* uri, int* number);
+NYCERT_EXPORT int obca_URI_to_crl_number(const char* uri, int* number);
 
 // The file name is the DN's most specific common name or, without one, the
 // first value of its most specific RDN: "CN=ICA_CRL5,O=Example" gives 5.
-int obca_DN_to_crl_number(const obDN* dn, int* number);
+NYCERT_EXPORT int obca_DN_to_crl_number(const obDN* dn, int* number);
 
 #endif  // NYCERT_CRL_CRL_NUMBER_H_

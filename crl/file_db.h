@@ -22,9 +22,10 @@
 #include <string>
 #include <vector>
 
+#include "nycert/platform/export.h"
 #include "nycert/platform/mtmutex.h"
 
-class FileDB {
+class NYCERT_EXPORT FileDB {
  public:
   FileDB(const char* name, const char* version);
   virtual ~FileDB();
@@ -61,21 +62,21 @@ class FileDB {
   MtMutexHandle locker_ = nullptr;
 };
 
-class FileDB_WriteSafe : public FileDB {
+class NYCERT_EXPORT FileDB_WriteSafe : public FileDB {
  public:
   using FileDB::FileDB;
   int Store(const char* key, void* data, int len) override;
   int Remove(const char* key) override;
 };
 
-class FileDB_Safe : public FileDB_WriteSafe {
+class NYCERT_EXPORT FileDB_Safe : public FileDB_WriteSafe {
  public:
   using FileDB_WriteSafe::FileDB_WriteSafe;
   int Get(const char* key, void** data) override;
 };
 
 // The record keys of a store, listed when the iterator is made, in directory order.
-class FileDB_Iter {
+class NYCERT_EXPORT FileDB_Iter {
  public:
   explicit FileDB_Iter(FileDB* db);
   virtual ~FileDB_Iter();
@@ -100,7 +101,7 @@ class FileDB_Iter {
 };
 
 // An iterator that holds the store's lock from its making to its Destroy.
-class FileDB_SafeIter : public FileDB_Iter {
+class NYCERT_EXPORT FileDB_SafeIter : public FileDB_Iter {
  public:
   explicit FileDB_SafeIter(FileDB* db);
   ~FileDB_SafeIter() override;

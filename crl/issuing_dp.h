@@ -23,6 +23,7 @@
 #include "nycert/certs/extension.h"
 #include "nycert/certs/extensions_list.h"
 #include "nycert/certs/lazy_names.h"
+#include "nycert/platform/export.h"
 
 class obASN_IssuingDistributionPoint;
 
@@ -33,7 +34,7 @@ enum obCRL_contents : int {
   obCRL_UserCerts = 2,  // end-entity certificates only
 };
 
-class obIssuingDP_imp : public obExtension_imp {
+class NYCERT_EXPORT obIssuingDP_imp : public obExtension_imp {
  public:
   // From a value the handler has checked.
   obIssuingDP_imp(obCRL_contents kind, obDerSpan der) : kind_(kind), der_(der.data, der.size) {}
@@ -58,7 +59,7 @@ class obIssuingDP_imp : public obExtension_imp {
   obLazyNames names_;
 };
 
-class obIssuingDP : public obExtension {
+class NYCERT_EXPORT obIssuingDP : public obExtension {
  public:
   obIssuingDP(obCRL_contents kind, const obGeneralNames* names);
   obIssuingDP(const obIssuingDP& other);
@@ -80,13 +81,13 @@ class obIssuingDP : public obExtension {
 
 // The table CRLs are decoded with: issuingDistributionPoint handled, the
 // superseded identifier 2.5.29.26 skipped even when critical.
-const obExtHandlerTable& obCRLExtHandlers();
+NYCERT_EXPORT const obExtHandlerTable& obCRLExtHandlers();
 
 // For the CRL encoder: a new issuing distribution point (names are copied;
 // null for none), its release, and its generated value (0, or -1 for a
 // null dp).
-obIssuingDP* obIssuingDP_new(obCRL_contents kind, const obGeneralNames* names);
-void obIssuingDP_delete(obIssuingDP* dp);
-int obComposeIssuingDP(const obIssuingDP* dp, obASN_IssuingDistributionPoint& out);
+NYCERT_EXPORT obIssuingDP* obIssuingDP_new(obCRL_contents kind, const obGeneralNames* names);
+NYCERT_EXPORT void obIssuingDP_delete(obIssuingDP* dp);
+NYCERT_EXPORT int obComposeIssuingDP(const obIssuingDP* dp, obASN_IssuingDistributionPoint& out);
 
 #endif  // NYCERT_CRL_ISSUING_DP_H_

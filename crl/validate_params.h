@@ -8,7 +8,7 @@
 
 #include "nycert/platform/export.h"
 
-struct ValidateParams_imp {
+struct NYCERT_EXPORT ValidateParams_imp {
   int32_t crlValidation = 1;
   int32_t ocspValidation = 0;
   int32_t certStartGrace = -1;  // -1: the process-wide certificate start grace

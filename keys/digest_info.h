@@ -9,19 +9,20 @@
 
 #include "nycert/buffers/nybinbuf.h"
 #include "nycert/keys/pk_types.h"
+#include "nycert/platform/export.h"
 
 class obAsnOid;
 
 // The object identifier of md, or null when the table has no row for it.
-const obAsnOid* obDigestOid(ob_md_type md);
+NYCERT_EXPORT const obAsnOid* obDigestOid(ob_md_type md);
 // The digest type an identifier names; ob_md_unknown when it names none.
-ob_md_type obDigestType(const obAsnOid& oid);
+NYCERT_EXPORT ob_md_type obDigestType(const obAsnOid& oid);
 // The length of md's digest in octets (at most kObMaxDigestLen), or -1.
-int obDigestLen(ob_md_type md);
+NYCERT_EXPORT int obDigestLen(ob_md_type md);
 
 // Writes the DER DigestInfo of digest for md into out: 0, or negative (empty
 // digest, md not in the table, encoding failure).
-int nyPKCS1DigestInfo(const unsigned char* digest, unsigned digestLen, ob_md_type md, nyBinBuf& out);
+NYCERT_EXPORT int nyPKCS1DigestInfo(const unsigned char* digest, unsigned digestLen, ob_md_type md, nyBinBuf& out);
 
 // Compares the data recovered from an RSA signature block (already unpadded)
 // with what the signer should have signed for op: the DigestInfo of message
@@ -36,7 +37,7 @@ int nyPKCS1DigestInfo(const unsigned char* digest, unsigned digestLen, ob_md_typ
 // 0 on a match; -1004 for a recovered length below 1 or a length mismatch,
 // -100 for differing octets, -1000 when the DigestInfo cannot be built,
 // -1001 for an unknown op.
-int obComparePKCS1(obPKop_type op, ob_md_type md, const unsigned char* message, int messageLen,
+NYCERT_EXPORT int obComparePKCS1(obPKop_type op, ob_md_type md, const unsigned char* message, int messageLen,
                    const unsigned char* recovered, int recoveredLen);
 
 #endif  // NYCERT_KEYS_DIGEST_INFO_H_

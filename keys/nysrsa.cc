@@ -11,7 +11,7 @@
 #include "nycert/buffers/diag.h"
 #include "nycert/buffers/nybinbuf.h"
 #include "nycert/keys/digest_info.h"
-#include "nycert/keys/rsa_import.h"
+#include "nycert/keys/rsa_evp.h"
 
 namespace {
 

@@ -10,6 +10,7 @@
 #include <openssl/types.h>
 
 #include "nycert/keys/pubkey.h"
+#include "nycert/platform/export.h"
 
 // Bits of nySRSA_imp::Flags, beside obPK_Flag_Sign for a private key.
 enum nySRSA_Flag {
@@ -17,7 +18,7 @@ enum nySRSA_Flag {
   nySRSA_Flag_Private = 0x2,  // private operations (Decrypt, Sign, export of the private key)
 };
 
-class nySRSA_imp : public obPubKey_imp_vc {
+class NYCERT_EXPORT nySRSA_imp : public obPubKey_imp_vc {
  public:
   // Takes over key (an RSA key, public or private); null gives a key that is not OK.
   explicit nySRSA_imp(EVP_PKEY* key);
@@ -58,7 +59,7 @@ class nySRSA_imp : public obPubKey_imp_vc {
   int nbytes_ = 0;
 };
 
-class nySRSA : public obPubKey {
+class NYCERT_EXPORT nySRSA : public obPubKey {
  public:
   // Takes over imp, which holds the handle's one reference.
   explicit nySRSA(nySRSA_imp* imp) : obPubKey(imp), rsa_(imp) {}
@@ -70,6 +71,6 @@ class nySRSA : public obPubKey {
 
 // A key handle over key, which it takes over (freed on failure): null when
 // key is null or not an RSA key.
-nySRSA* nySRSA_New(EVP_PKEY* key);
+NYCERT_EXPORT nySRSA* nySRSA_New(EVP_PKEY* key);
 
 #endif  // NYCERT_KEYS_NYSRSA_H_

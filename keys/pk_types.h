@@ -2,6 +2,8 @@
 #ifndef NYCERT_KEYS_PK_TYPES_H_
 #define NYCERT_KEYS_PK_TYPES_H_
 
+#include "nycert/platform/md_types.h"
+
 // Key algorithms.
 enum obAlgType : int { obAlg_None = 0, obAlg_RSA = 1, obAlg_DH = 2 };
 
@@ -13,19 +15,6 @@ enum obPKop_type : int {
   obPKop_DigestInfoCompat = 2,
   obPKop_RawOrDigestInfo = 3,
 };
-
-// Digest algorithms. 3 is the answer for an identifier that names no known digest.
-enum ob_md_type : int {
-  ob_md_md5 = 1,
-  ob_md_sha1 = 2,
-  ob_md_unknown = 3,
-  ob_md_sha256 = 4,
-  ob_md_sha384 = 5,
-  ob_md_sha512 = 6,
-};
-
-// The largest digest any ob_md_type produces (SHA-512).
-constexpr int kObMaxDigestLen = 64;
 
 // The key flag of a key able to sign (a bit of obPubKey::Flags).
 constexpr unsigned obPK_Flag_Sign = 0x8;

@@ -10,9 +10,10 @@
 
 #include "nycert/buffers/nybinbuf.h"
 #include "nycert/keys/pk_types.h"
+#include "nycert/platform/export.h"
 
 // Fills out (outLen octets) with the block of blockType around data: 0, or -1.
-int obpkcs1pad(int blockType, const unsigned char* data, int dataLen, unsigned char* out, int outLen);
+NYCERT_EXPORT int obpkcs1pad(int blockType, const unsigned char* data, int dataLen, unsigned char* out, int outLen);
 
 // Strips a block of blockType: the data length, -2 for a wrong header or a
 // missing separator, -1 for an unknown type or no room left for data. The
@@ -23,11 +24,11 @@ int obpkcs1pad(int blockType, const unsigned char* data, int dataLen, unsigned c
 // Because the padding length is not checked, a signature block carries very
 // little structure here; verification is sound only because obComparePKCS1
 // afterwards compares the whole recovered data exactly.
-int obpkcs1unpad(int blockType, unsigned char* out, const unsigned char* in, int inLen);
+NYCERT_EXPORT int obpkcs1unpad(int blockType, unsigned char* out, const unsigned char* in, int inLen);
 
 // Sets out to outLen octets holding the block of blockType around data, or
 // around data's DigestInfo for md when wrapInDigestInfo is non-zero: 0, or -1.
-int nyPKCS1Pad(nyBinBuf& out, unsigned outLen, ob_md_type md, const unsigned char* data, unsigned dataLen,
+NYCERT_EXPORT int nyPKCS1Pad(nyBinBuf& out, unsigned outLen, ob_md_type md, const unsigned char* data, unsigned dataLen,
                int blockType, int wrapInDigestInfo);
 
 #endif  // NYCERT_KEYS_PKCS1_PAD_H_

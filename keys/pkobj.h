@@ -9,7 +9,9 @@
 #ifndef NYCERT_KEYS_PKOBJ_H_
 #define NYCERT_KEYS_PKOBJ_H_
 
-class obPKobj_imp {
+#include "nycert/platform/export.h"
+
+class NYCERT_EXPORT obPKobj_imp {
  public:
   obPKobj_imp() = default;
   obPKobj_imp(const obPKobj_imp&) = default;
@@ -42,7 +44,7 @@ class obPKobj_imp {
 };
 
 // The handle owns its implementation: destroying the handle deletes it.
-class obPKobj {
+class NYCERT_EXPORT obPKobj {
  public:
   obPKobj();
   obPKobj(const obPKobj&) = default;
@@ -69,7 +71,7 @@ class obPKobj {
 };
 
 // Take and drop a reference; null is ignored.
-void obSavePKobj(obPKobj* obj);
-void obFreePKobj(obPKobj* obj);
+NYCERT_EXPORT void obSavePKobj(obPKobj* obj);
+NYCERT_EXPORT void obFreePKobj(obPKobj* obj);
 
 #endif  // NYCERT_KEYS_PKOBJ_H_

@@ -2,8 +2,11 @@
 
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "nycert/buffers/diag.h"
+#include "nycert/keys/key_task.h"
+#include "nycert/keys/nysdh.h"
 #include "nycert/platform/obd_env.h"
 
 namespace {
@@ -33,6 +36,29 @@ int NotImplemented(const char* opName, const obPubKey_imp_vc* key) {
 int NoCallback(const char* opName) {
   OB_HERROR("%s: No callback given", opName);
   return obPK_RC_NoCallback;
+}
+
+// Wraps data in a task of the given kind and queues it with a callback
+// record: the task's identifier, or a negative result with nothing queued.
+int QueueKeyTask(const char* fn, const char* kind, std::unique_ptr<TaskData> data, const char* cbInfoFailure,
+                 int priority, obPubKeyCB callback, void* cbContext, obd_env* env) {
+  std::unique_ptr<KeyTask> task(new (std::nothrow) KeyTask(data.get()));
+  if (!task) {
+    OB_HERROR("%s: Failed to create %s task.", fn, kind);
+    return obPK_RC_NoCallback;
+  }
+  data.release();
+  OB_HERROR("%s: Created %s Task with ID = %d", fn, kind, task->Id());
+  std::unique_ptr<obPubKeyCBInfo> cbInfo(new (std::nothrow) obPubKeyCBInfo{callback, cbContext});
+  if (!cbInfo) {
+    OB_HERROR("%s: %s", fn, cbInfoFailure);
+    return obPK_RC_NoCallback;
+  }
+  int rc = KeyTask_QueueRequest(task.get(), nullptr, cbInfo.get(), priority, env);
+  if (rc < 0) return rc;
+  task.release();
+  cbInfo.release();
+  return rc;
 }
 
 }  // namespace
@@ -163,10 +189,17 @@ int obPubKey::DecryptA(obPKop_type op, const unsigned char* in, int inLen, unsig
   return imp_->DecryptA(op, in, inLen, out, outLen, callback, cbContext, env);
 }
 
-// Key tasks will queue this on the worker pool; until then the implementation answers.
 int obPubKey::SignA(obPKop_type op, ob_md_type md, const unsigned char* in, int inLen, obPubKeyCB callback,
                     void* cbContext, obd_env* env) {
-  return imp_->SignA(op, md, in, inLen, callback, cbContext, env);
+  static const char kFn[] = "obPubKey::SignA";
+  if (!callback) return NoCallback(kFn);
+  std::unique_ptr<TaskData> data(new (std::nothrow) RSASignKeyTaskData(this, op, md, in, inLen));
+  if (!data) {
+    OB_HERROR("%s: Failed to create RSASignKeyTaskData.", kFn);
+    return obPK_RC_NoCallback;
+  }
+  return QueueKeyTask(kFn, "RSA sign", std::move(data), "Failed to create obPubKeyCBInfo", -1, callback,
+                      cbContext, env);
 }
 
 int obPubKey::VerifyA(obPKop_type op, ob_md_type md, const unsigned char* data, int dataLen,
@@ -174,10 +207,22 @@ int obPubKey::VerifyA(obPKop_type op, ob_md_type md, const unsigned char* data, 
   return imp_->VerifyA(op, md, data, dataLen, sig, sigLen, callback, cbContext, env);
 }
 
-// Key tasks will queue this on the worker pool; until then the implementation answers.
 int obPubKey::DeriveA(obPKop_type op, const unsigned char* peer, int peerLen, obPubKeyCB callback, void* cbContext,
                       obd_env* env) {
-  return imp_->DeriveA(op, peer, peerLen, callback, cbContext, env);
+  static const char kFn[] = "obPubKey::DeriveA";
+  if (!callback) return NoCallback(kFn);
+  const nySDH_imp* dh = algorithm() == obAlg_DH ? static_cast<const nySDH_imp*>(imp_) : nullptr;
+  if (!peer || peerLen < 1 || (dh && !dh->PeerLenOK(peerLen))) {
+    OB_HERROR("%s: Illegal key len (%d).", kFn, peerLen);
+    return obPK_RC_LengthMismatch;
+  }
+  std::unique_ptr<TaskData> data(new (std::nothrow) DHDeriveKeyTaskData(this, op, peer, peerLen));
+  if (!data) {
+    OB_HERROR("%s: Failed to create DHDeriveKeyTaskData.", kFn);
+    return obPK_RC_NoCallback;
+  }
+  return QueueKeyTask(kFn, "DH derive", std::move(data), "Failed to create obPubKeyCBInfo.", 0, callback,
+                      cbContext, env);
 }
 
 const unsigned char* obPubKey::ID() const { return imp_->ID(); }

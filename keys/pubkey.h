@@ -9,10 +9,11 @@
 
 #include "nycert/keys/pk_types.h"
 #include "nycert/keys/pkobj.h"
+#include "nycert/platform/export.h"
 
 struct obd_env;
 
-class obPubKey_imp_vc : public obPKobj_imp {
+class NYCERT_EXPORT obPubKey_imp_vc : public obPKobj_imp {
  public:
   ~obPubKey_imp_vc() override;
   virtual obAlgType algorithm() const = 0;
@@ -46,7 +47,7 @@ class obPubKey_imp_vc : public obPKobj_imp {
   virtual void Herror() const;
 };
 
-class obPubKey : public obPKobj {
+class NYCERT_EXPORT obPubKey : public obPKobj {
  public:
   obPubKey(const obPubKey&) = default;
   obPubKey& operator=(const obPubKey&) = default;
@@ -66,7 +67,9 @@ class obPubKey : public obPKobj {
                obPubKeyCB callback, void* cbContext, obd_env* env);
   int DecryptA(obPKop_type op, const unsigned char* in, int inLen, unsigned char* out, int outLen,
                obPubKeyCB callback, void* cbContext, obd_env* env);
-  // SignA and DeriveA go to the implementation's slots until key tasks take them over.
+  // SignA and DeriveA queue key tasks on the worker pool (synchronous when
+  // no pool runs) and call back on env: the task's identifier, or a negative
+  // result when nothing was queued.
   int SignA(obPKop_type op, ob_md_type md, const unsigned char* in, int inLen, obPubKeyCB callback, void* cbContext,
             obd_env* env);
   int VerifyA(obPKop_type op, ob_md_type md, const unsigned char* data, int dataLen, const unsigned char* sig,
@@ -91,25 +94,25 @@ class obPubKey : public obPKobj {
 };
 
 // A pending asynchronous callback: deleted by whoever finally calls it.
-struct obPubKeyCBInfo {
+struct NYCERT_EXPORT obPubKeyCBInfo {
   obPubKeyCB callback;
   void* cbContext;
 };
 
 // The event handler of the generic asynchronous operations: calls the pending
 // callback with rc -1 and no data, then deletes cbInfo (an obPubKeyCBInfo*).
-void obPubKeyCallCB_tmp(void* cbInfo);
+NYCERT_EXPORT void obPubKeyCallCB_tmp(void* cbInfo);
 
-void obSavePubKey(obPubKey* key);
-void obFreePubKey(obPubKey* key);
-int obPubKey_Sign(obPubKey* key, obPKop_type op, ob_md_type md, const unsigned char* in, int inLen,
+NYCERT_EXPORT void obSavePubKey(obPubKey* key);
+NYCERT_EXPORT void obFreePubKey(obPubKey* key);
+NYCERT_EXPORT int obPubKey_Sign(obPubKey* key, obPKop_type op, ob_md_type md, const unsigned char* in, int inLen,
                   unsigned char* out, int outLen);
-int obPubKey_Verify(obPubKey* key, obPKop_type op, ob_md_type md, const unsigned char* data, int dataLen,
+NYCERT_EXPORT int obPubKey_Verify(obPubKey* key, obPKop_type op, ob_md_type md, const unsigned char* data, int dataLen,
                     const unsigned char* sig, int sigLen);
-int obPubKey_Derive(obPubKey* key, obPKop_type op, const unsigned char* peer, int peerLen, unsigned char* out,
+NYCERT_EXPORT int obPubKey_Derive(obPubKey* key, obPKop_type op, const unsigned char* peer, int peerLen, unsigned char* out,
                     int outLen);
-int obPubKey_Export(obPubKey* key, obPK_Format fmt, void* out, int outLen);
+NYCERT_EXPORT int obPubKey_Export(obPubKey* key, obPK_Format fmt, void* out, int outLen);
 // 1 when both keys export the same public form, else 0.
-int obPubKey_Equal(obPubKey* a, obPubKey* b);
+NYCERT_EXPORT int obPubKey_Equal(obPubKey* a, obPubKey* b);
 
 #endif  // NYCERT_KEYS_PUBKEY_H_

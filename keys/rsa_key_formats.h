@@ -12,35 +12,36 @@
 #define NYCERT_KEYS_RSA_KEY_FORMATS_H_
 
 #include "nycert/buffers/nybinbuf.h"
+#include "nycert/platform/export.h"
 
 // Encodes an RSAPublicKey into a new block at *out (release with delete[])
 // and its length in outLen: 0, or -1.
-int obRsaPk2PKCS1(const unsigned char* modulus, int modulusLen, const unsigned char* exponent, int exponentLen,
+NYCERT_EXPORT int obRsaPk2PKCS1(const unsigned char* modulus, int modulusLen, const unsigned char* exponent, int exponentLen,
                   unsigned char** out, int& outLen);
 
 // Wraps an encoded RSAPublicKey into a SubjectPublicKeyInfo: 0, or -1.
-int obPKCS1toPkInfo(const nyBinBuf& pkcs1, nyBinBuf& out);
+NYCERT_EXPORT int obPKCS1toPkInfo(const nyBinBuf& pkcs1, nyBinBuf& out);
 
 // Replaces the PrivateKeyInfo in buffer (*length octets) by the RSAPrivateKey
 // it holds and sets *length to that key's length: 0, or -1.
-int obPKCS1fromPKCS8(unsigned char* buffer, int* length);
+NYCERT_EXPORT int obPKCS1fromPKCS8(unsigned char* buffer, int* length);
 
 // Wraps an encoded RSAPrivateKey into a PrivateKeyInfo: 0, or -1.
-int obPKCS8fromPKCS1(const nyBinBuf& pkcs1, nyBinBuf& out);
+NYCERT_EXPORT int obPKCS8fromPKCS1(const nyBinBuf& pkcs1, nyBinBuf& out);
 
 // Modulus and exponent to a SubjectPublicKeyInfo: 0, or -1.
-int obRsaPk2PkInfo(const unsigned char* modulus, int modulusLen, const unsigned char* exponent, int exponentLen,
+NYCERT_EXPORT int obRsaPk2PkInfo(const unsigned char* modulus, int modulusLen, const unsigned char* exponent, int exponentLen,
                    nyBinBuf& out);
 
 // An encoded RSAPublicKey to its modulus and exponent: 0, or -1.
-int obPKCS1toRsaPk(const nyBinBuf& pkcs1, nyBinBuf& modulus, nyBinBuf& exponent);
+NYCERT_EXPORT int obPKCS1toRsaPk(const nyBinBuf& pkcs1, nyBinBuf& modulus, nyBinBuf& exponent);
 
 // An RSA SubjectPublicKeyInfo to its modulus and exponent; other algorithms
 // are refused: 0, or -1.
-int obPkInfo2RsaPk(const nyBinBuf& pkInfo, nyBinBuf& modulus, nyBinBuf& exponent);
+NYCERT_EXPORT int obPkInfo2RsaPk(const nyBinBuf& pkInfo, nyBinBuf& modulus, nyBinBuf& exponent);
 
 // An RSAPublicKey or an RSA SubjectPublicKeyInfo, told apart by their first
 // field, to its modulus and exponent: 0, or -1.
-int obPublicDer2RsaPk(const unsigned char* der, size_t len, nyBinBuf& modulus, nyBinBuf& exponent);
+NYCERT_EXPORT int obPublicDer2RsaPk(const unsigned char* der, size_t len, nyBinBuf& modulus, nyBinBuf& exponent);
 
 #endif  // NYCERT_KEYS_RSA_KEY_FORMATS_H_

@@ -21,6 +21,24 @@ enum PKCS12_ENC_ALG {
   PKCS12_ENC_LEGACY = 1,
 };
 
+class obKeyHolder;
+
+// Writes the holder's certified keys (a shrouded key bag and certificate
+// bags for its chain, linked by localKeyId, the key's identifier, and
+// friendlyName, its name) and root CAs (certificate bags of their own) into
+// out under password. option is the iteration count (0: 2048). 0, or -1
+// with message set for the user.
+NYCERT_EXPORT int obKeyHolder_2PKCS12(nyBinBuf& out, const char* password, PKCS12_ENC_ALG encryption, int option,
+                                      obKeyHolder& holder, obString& message);
+
+// Adds the keys and CAs of pfx to holder: each key with its chain up to the
+// CA the file holds as a root, and the roots. 0, or -1 with message set.
+NYCERT_EXPORT int obPKCS12_2KeyHolder(nyBinBuf& pfx, const char* password, obKeyHolder& holder, obString& message);
+// As obPKCS12_2KeyHolder, with the message copied into a caller buffer
+// (truncated to messageSize - 1 characters).
+NYCERT_EXPORT int obPKCS12_2KeyHolder_C(unsigned char* pfx, int pfxLen, const char* password, obKeyHolder& holder,
+                                        char* message, int messageSize);
+
 // Reads a PKCS#12 file into pfx: 0, or -1.
 NYCERT_EXPORT int obpkcs12_fromfile(const char* file, nyBinBuf& pfx);
 

@@ -21,6 +21,7 @@
 #include "nycert/asn1/modules/pkix1_implicit.h"
 #include "nycert/asn1/runtime/asn_bytes.h"
 #include "nycert/names/obdn.h"
+#include "nycert/platform/export.h"
 
 // The kinds of general names: the GeneralName choice indices.
 enum obGNtype {
@@ -35,7 +36,7 @@ enum obGNtype {
   obGN_registeredID = 8,
 };
 
-class obGeneralName_imp {
+class NYCERT_EXPORT obGeneralName_imp {
  public:
   // An other name without type or text.
   obGeneralName_imp();
@@ -115,7 +116,7 @@ class obGeneralName_imp {
 };
 
 // The handle: every member forwards to the implementation it owns.
-class obGeneralName {
+class NYCERT_EXPORT obGeneralName {
  public:
   obGeneralName();
   obGeneralName(obGNtype kind, const char* text, int len);

@@ -10,8 +10,9 @@
 #include <vector>
 
 #include "nycert/names/general_name.h"
+#include "nycert/platform/export.h"
 
-class obGeneralNames_imp {
+class NYCERT_EXPORT obGeneralNames_imp {
  public:
   obGeneralNames_imp();
   // The convertible members of the generated list; others are left out (reported).
@@ -61,7 +62,7 @@ class obGeneralNames_imp {
 };
 
 // The handle: every member forwards to the implementation it owns.
-class obGeneralNames {
+class NYCERT_EXPORT obGeneralNames {
  public:
   obGeneralNames();
   explicit obGeneralNames(const obASN_GeneralNames& asn);

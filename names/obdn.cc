@@ -16,25 +16,6 @@ namespace {
 
 std::atomic<unsigned long> g_treesDecoded{0};
 
-// Stores made in slot unless another thread stored first, in which case made
-// is dropped: returns the value that stands.
-template <class T>
-T* Publish(std::atomic<T*>& slot, std::unique_ptr<T> made) {
-  T* expected = nullptr;
-  if (slot.compare_exchange_strong(expected, made.get(), std::memory_order_acq_rel, std::memory_order_acquire))
-    return made.release();
-  return expected;
-}
-
-// Replaces what slot holds; only where no other thread can be using it, so
-// plain loads and stores do (no locked instruction on the common paths).
-template <class T>
-void Drop(std::atomic<T*>& slot, T* replacement = nullptr) {
-  T* old = slot.load(std::memory_order_relaxed);
-  slot.store(replacement, std::memory_order_release);
-  delete old;
-}
-
 }  // namespace
 
 obDN_imp::obDN_imp() = default;
@@ -56,35 +37,32 @@ obDN_imp& obDN_imp::operator=(const obDN_imp& other) {
   return *this;
 }
 
-obDN_imp::~obDN_imp() {
-  delete name_.load(std::memory_order_relaxed);
-  delete str_.load(std::memory_order_relaxed);
-}
+obDN_imp::~obDN_imp() = default;
 
 unsigned long obDN_imp::TreesDecoded() { return g_treesDecoded.load(std::memory_order_relaxed); }
 
 const obASN_RDNSequence* obDN_imp::Tree() const {
-  obASN_RDNSequence* tree = name_.load(std::memory_order_acquire);
+  obASN_RDNSequence* tree = name_.Peek();
   if (tree || der_.empty()) return tree;
   std::unique_ptr<obASN_RDNSequence> decoded(new obASN_RDNSequence);
   // der_ passed obNameDerCount, which accepts only what this decodes.
   if (obAsnDecode(*decoded, der_.data(), der_.size()) < 0) return nullptr;
   g_treesDecoded.fetch_add(1, std::memory_order_relaxed);
-  return Publish(name_, std::move(decoded));
+  return name_.Publish(std::move(decoded));
 }
 
 obASN_RDNSequence* obDN_imp::EditableTree() {
   Tree();
-  return name_.load(std::memory_order_relaxed);
+  return name_.Peek();
 }
 
 void obDN_imp::Reset(obASN_RDNSequence* tree) {
-  Drop(name_, tree);
+  name_.Reset(tree);
   Edited();
 }
 
 void obDN_imp::Edited() {
-  Drop(str_);
+  str_.Reset();
   der_.Clear();
   derCount_ = 0;
 }
@@ -127,12 +105,12 @@ int obDN_imp::Decode(const unsigned char* der, int len) {
 }
 
 const char* obDN_imp::GetStr() const {
-  if (const std::string* printed = str_.load(std::memory_order_acquire)) return printed->c_str();
+  if (const std::string* printed = str_.Peek()) return printed->c_str();
   const obASN_RDNSequence* tree = Tree();
   if (!tree) return nullptr;
   std::unique_ptr<std::string> printed(new std::string);
   if (obRdnSequencePrint(*tree, *printed) < 0) return nullptr;
-  return Publish(str_, std::move(printed))->c_str();
+  return str_.Publish(std::move(printed))->c_str();
 }
 
 int obDN_imp::DerEncode(unsigned char** out, int* len) const {

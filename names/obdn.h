@@ -16,16 +16,17 @@
 #ifndef NYCERT_NAMES_OBDN_H_
 #define NYCERT_NAMES_OBDN_H_
 
-#include <atomic>
 #include <cstdio>
 #include <string>
 
 #include "nycert/asn1/modules/pkix1_explicit.h"
 #include "nycert/asn1/runtime/asn_bytes.h"
+#include "nycert/platform/export.h"
+#include "nycert/platform/publish_once.h"
 
 class ObStream;
 
-class obDN_imp {
+class NYCERT_EXPORT obDN_imp {
  public:
   obDN_imp();
   // Parses the string form.
@@ -108,18 +109,18 @@ class obDN_imp {
   void Edited();
 
   // Null until decoded from der_ or set from text or a tree.
-  mutable std::atomic<obASN_RDNSequence*> name_{nullptr};
+  obPublishOnce<obASN_RDNSequence> name_;
   // The DER the name came from, until an edit: names decoded from
   // certificates compare by these octets first, which settles the common
   // case (an issuer against its CA's subject) without building the trees.
   obAsnBytes der_;
   // The RDN count of der_.
   int derCount_ = 0;
-  mutable std::atomic<std::string*> str_{nullptr};
+  obPublishOnce<std::string> str_;
 };
 
 // The handle: every member forwards to the implementation it owns.
-class obDN {
+class NYCERT_EXPORT obDN {
  public:
   obDN();
   explicit obDN(const char* text);

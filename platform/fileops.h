@@ -6,17 +6,19 @@
 
 #include <cstdio>
 
+#include "nycert/platform/export.h"
+
 // Removes a file (not a directory).
-int obOsRemove(const char* path);
+NYCERT_EXPORT int obOsRemove(const char* path);
 // Renames from to to, atomically replacing a file already at to.
-int obOsRename(const char* from, const char* to);
+NYCERT_EXPORT int obOsRename(const char* from, const char* to);
 // Makes a directory with the permission bits mode; one that already exists is not an error.
-int obOsMakeDir(const char* path, int mode);
+NYCERT_EXPORT int obOsMakeDir(const char* path, int mode);
 // Removes an empty directory.
-int obOsRemoveDir(const char* path);
+NYCERT_EXPORT int obOsRemoveDir(const char* path);
 // Pushes the stream's buffer to the file and the file's data to the device.
-int obOsSyncFile(FILE* file);
+NYCERT_EXPORT int obOsSyncFile(FILE* file);
 // Pushes a directory's entries (names made, renamed or removed) to the device.
-int obOsSyncDir(const char* path);
+NYCERT_EXPORT int obOsSyncDir(const char* path);
 
 #endif  // NYCERT_PLATFORM_FILEOPS_H_

@@ -9,11 +9,13 @@
 
 #include <cstdint>
 
+#include "nycert/platform/export.h"
+
 #ifndef MAX_PATH
 #define MAX_PATH 260
 #endif
 
-struct WIN32_FIND_DATAA {
+struct NYCERT_EXPORT WIN32_FIND_DATAA {
   char cFileName[MAX_PATH];  // the entry's name, without its directory
 };
 
@@ -23,11 +25,11 @@ typedef void* HANDLE;
 // Opens the search and fills found with the first match. INVALID_HANDLE_VALUE
 // on failure, with errno ENOENT when the directory does not exist or holds no
 // match, else the error of opening the directory (EACCES, ENOTDIR, ...).
-HANDLE FindFirstFileA(const char* pattern, WIN32_FIND_DATAA* found);
+NYCERT_EXPORT HANDLE FindFirstFileA(const char* pattern, WIN32_FIND_DATAA* found);
 // Fills found with the next match: non-zero, or 0 at the end (errno ENOENT)
 // or on a read error (errno from the system).
-int FindNextFileA(HANDLE search, WIN32_FIND_DATAA* found);
+NYCERT_EXPORT int FindNextFileA(HANDLE search, WIN32_FIND_DATAA* found);
 // Ends the search: non-zero, or 0 for an invalid handle or a failed close.
-int FindClose(HANDLE search);
+NYCERT_EXPORT int FindClose(HANDLE search);
 
 #endif  // NYCERT_PLATFORM_FIND_FILE_H_

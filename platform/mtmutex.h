@@ -6,15 +6,17 @@
 #ifndef NYCERT_PLATFORM_MTMUTEX_H_
 #define NYCERT_PLATFORM_MTMUTEX_H_
 
+#include "nycert/platform/export.h"
+
 struct MtMutex;
 typedef MtMutex* MtMutexHandle;
 
 // Returns the mutex, or null only when allocation fails.
-MtMutexHandle MtMutexCreateRecursive(const char* name);
+NYCERT_EXPORT MtMutexHandle MtMutexCreateRecursive(const char* name);
 // Both return 0, or -1 for a null handle.
-int MtMutexLock(MtMutexHandle mutex);
-int MtMutexUnLock(MtMutexHandle mutex);
+NYCERT_EXPORT int MtMutexLock(MtMutexHandle mutex);
+NYCERT_EXPORT int MtMutexUnLock(MtMutexHandle mutex);
 // Drops one creation's hold; the mutex is freed when none remain.
-void MtMutexDestroy(MtMutexHandle mutex);
+NYCERT_EXPORT void MtMutexDestroy(MtMutexHandle mutex);
 
 #endif  // NYCERT_PLATFORM_MTMUTEX_H_

@@ -1,10 +1,16 @@
 #include "nycert/platform/obset.h"
 
+#include <openssl/crypto.h>
+
 #include <utility>
 
 namespace {
 
 bool ValidName(const char* name) { return name && *name; }
+
+void WipeBytes(ObBytes& bytes) {
+  if (!bytes.empty()) OPENSSL_cleanse(bytes.data(), bytes.size());
+}
 
 }  // namespace
 
@@ -22,7 +28,7 @@ const ObAtom* obset::Get(const char* name) const {
   return const_cast<obset*>(this)->Find(name);
 }
 
-const nyBinBuf* obset::GetValue(const char* name) const {
+const ObBytes* obset::GetValue(const char* name) const {
   const ObAtom* atom = Get(name);
   return atom && !atom->nested ? &atom->value : nullptr;
 }
@@ -40,15 +46,15 @@ ObAtom* obset::Slot(const char* name) {
     atom->name = name;
     return atom;
   }
-  atom->value.Zero();
-  atom->value.Clear();
+  WipeBytes(atom->value);
+  atom->value.clear();
   atom->nested.reset();
   return atom;
 }
 
 int obset::Put(const char* name, const unsigned char* p, unsigned n) {
   if (!ValidName(name) || (!p && n > 0)) return -1;
-  nyBinBuf value(p, n);  // copied first: p may lie in the value being replaced
+  ObBytes value(p, p + n);  // copied first: p may lie in the value being replaced
   Slot(name)->value = std::move(value);
   return 0;
 }
@@ -63,7 +69,7 @@ int obset::PutSet(const char* name, obset* nested) {
 
 void obset::Wipe() {
   for (ObAtom& atom : atoms_) {
-    atom.value.Zero();
+    WipeBytes(atom.value);
     if (atom.nested) atom.nested->Wipe();
   }
 }

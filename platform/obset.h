@@ -12,17 +12,20 @@
 #include <string>
 #include <vector>
 
-#include "nycert/buffers/nybinbuf.h"
+#include "nycert/platform/export.h"
 
 class obset;
 
-struct ObAtom {
+// The octets of one attribute value.
+using ObBytes = std::vector<unsigned char>;
+
+struct NYCERT_EXPORT ObAtom {
   std::string name;
-  nyBinBuf value;                // empty when the attribute is a nested set
+  ObBytes value;                 // empty when the attribute is a nested set
   std::unique_ptr<obset> nested;  // null when the attribute is a value
 };
 
-class obset {
+class NYCERT_EXPORT obset {
  public:
   using const_iterator = std::vector<ObAtom>::const_iterator;
 
@@ -34,7 +37,7 @@ class obset {
   // Sets name to a copy of n bytes at p, replacing what name held: 0, or -1
   // for a null or empty name or a null p with n above 0.
   int Put(const char* name, const unsigned char* p, unsigned n);
-  int Put(const char* name, const nyBinBuf& value) { return Put(name, value.Data(), value.Len()); }
+  int Put(const char* name, const ObBytes& value) { return Put(name, value.data(), static_cast<unsigned>(value.size())); }
   // Sets name to the nested set, which this set takes over even when the
   // call fails: 0, or -1 for a bad name or a null set. Refuses the set itself
   // (-1, not taken over).
@@ -43,7 +46,7 @@ class obset {
   // The attribute called name, or null.
   const ObAtom* Get(const char* name) const;
   // The value of name, or null when name is absent or holds a nested set.
-  const nyBinBuf* GetValue(const char* name) const;
+  const ObBytes* GetValue(const char* name) const;
   // The nested set under name, or null when name is absent or holds a value.
   const obset* GetSet(const char* name) const;
 
@@ -63,7 +66,7 @@ class obset {
 };
 
 // A new empty set; obset_free wipes and frees one (null is ignored).
-obset* obset_new();
-void obset_free(obset* set);
+NYCERT_EXPORT obset* obset_new();
+NYCERT_EXPORT void obset_free(obset* set);
 
 #endif  // NYCERT_PLATFORM_OBSET_H_

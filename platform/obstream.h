@@ -4,9 +4,10 @@
 
 #include <string>
 
+#include "nycert/platform/export.h"
 #include "nycert/platform/oserr.h"
 
-class ObStream {
+class NYCERT_EXPORT ObStream {
  public:
   // Appends a zero-terminated text; null appends nothing. Returns 0.
   int Puts(const char* text);

@@ -8,6 +8,8 @@
 #ifndef NYCERT_PLATFORM_OSERR_H_
 #define NYCERT_PLATFORM_OSERR_H_
 
+#include "nycert/platform/export.h"
+
 #ifdef __GNUC__
 #define NYCERT_PRINTF(fmt_index, first_arg) __attribute__((format(printf, fmt_index, first_arg)))
 #else
@@ -17,18 +19,18 @@
 extern "C" {
 
 // Non-zero forces every diagnostic on.
-extern int dodebugprt;
+NYCERT_EXPORT extern int dodebugprt;
 // Message threshold of the plain channel: messages are written at 4 or more.
-extern int g_MsgTypeThr;
+NYCERT_EXPORT extern int g_MsgTypeThr;
 // Threshold of the topic channel: a topic message of level L is written when L <= this.
-extern int g_MsgTypeMaxThr;
+NYCERT_EXPORT extern int g_MsgTypeMaxThr;
 
 // The plain channel. The first two arguments are reserved and always 0.
-void herror_func(int reserved1, int reserved2, const char* format, ...) NYCERT_PRINTF(3, 4);
+NYCERT_EXPORT void herror_func(int reserved1, int reserved2, const char* format, ...) NYCERT_PRINTF(3, 4);
 // Hex dump of a byte run through the plain channel, 16 octets a line.
-void hex_herror(const void* data, unsigned length);
+NYCERT_EXPORT void hex_herror(const void* data, unsigned length);
 // The topic channel: topic is a short subsystem word, level a small integer.
-void tderrorFunc(const char* topic, int level, int reserved, const char* format, ...)
+NYCERT_EXPORT void tderrorFunc(const char* topic, int level, int reserved, const char* format, ...)
     NYCERT_PRINTF(4, 5);
 
 // Sinks receive one formatted line without its trailing newline. A null sink
@@ -36,8 +38,8 @@ void tderrorFunc(const char* topic, int level, int reserved, const char* format,
 // concurrent reporting: install sinks at start-up.
 typedef void (*herror_sink_fn)(const char* line);
 typedef void (*tderror_sink_fn)(const char* topic, int level, const char* line);
-void herror_set_sink(herror_sink_fn sink);
-void tderror_set_sink(tderror_sink_fn sink);
+NYCERT_EXPORT void herror_set_sink(herror_sink_fn sink);
+NYCERT_EXPORT void tderror_set_sink(tderror_sink_fn sink);
 
 }  // extern "C"
 

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "ca_commands.h"
 #include "crl_db_command.h"
 #include "p12_command.h"
 #include "show_command.h"
@@ -12,9 +13,13 @@ const char kUsage[] =
     "usage: nycert COMMAND [ARGS...]\n"
     "\n"
     "Commands:\n"
-    "  show     print certificates and CRLs from DER or PEM files\n"
-    "  crl-db   list, print and clean the CRL cache's database\n"
-    "  p12      list, write, unpack and re-protect PKCS#12 key files\n"
+    "  show      print certificates and CRLs from DER or PEM files\n"
+    "  crl-db    list, print and clean the CRL cache's database\n"
+    "  genkey    make an RSA key pair\n"
+    "  req       make a PKCS#10 certification request\n"
+    "  sign      issue a certificate for a request\n"
+    "  crl-sign  issue a CRL\n"
+    "  p12       list, write, unpack and re-protect PKCS#12 key files\n"
     "\n"
     "Run 'nycert COMMAND --help' for a command's options.\n";
 
@@ -27,6 +32,10 @@ const Command kCommands[] = {
     {"show", ShowCommand},
     {"crl-db", CrlDbCommand},
     {"p12", P12Command},
+    {"genkey", GenkeyCommand},
+    {"req", ReqCommand},
+    {"sign", SignCommand},
+    {"crl-sign", CrlSignCommand},
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "show_command.h"
 
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -7,6 +8,7 @@
 
 #include "nycert/certs/cert.h"
 #include "nycert/crl/crl.h"
+#include "nycert/crl/pkcs7_bundle.h"
 #include "nycert/platform/obstream.h"
 #include "tool_input.h"
 
@@ -17,7 +19,8 @@ const char kUsage[] =
     "\n"
     "Prints every certificate and CRL in each FILE. A file may hold one DER\n"
     "object or PEM text with any number of blocks, with other text around them.\n"
-    "DER input that is not a certificate is read as a CRL.\n"
+    "DER input that is not a certificate is read as a CRL, except in files\n"
+    "named .p7b or .p7c, which hold PKCS#7 bundles (as do PEM \"PKCS7\" blocks).\n"
     "\n"
     "  -d 1   names only (a CRL's issuer)\n"
     "  -d 2   names, version, serial number, validity and extensions; for a CRL\n"
@@ -29,6 +32,12 @@ const char kUsage[] =
 bool IsCertificateLabel(const std::string& label) { return label == "CERTIFICATE" || label == "X509 CERTIFICATE"; }
 
 bool IsCrlLabel(const std::string& label) { return label == "X509 CRL"; }
+
+bool IsBundleFile(const std::string& path) {
+  std::string suffix = path.size() >= 4 ? path.substr(path.size() - 4) : "";
+  for (char& c : suffix) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return suffix == ".p7b" || suffix == ".p7c";
+}
 
 // Prints a decoded object under a heading; false (with the reason on
 // standard error) when it did not decode.
@@ -66,12 +75,39 @@ bool ShowUnlabelled(const std::string& path, int index, const ToolObject& object
   return ShowDecoded(path, index, "certificate", cert, details);
 }
 
+// Prints the certificates and then the CRLs of a PKCS#7 bundle, numbered
+// "<bundle>.<n>"; false when the bundle does not decode.
+bool ShowBundle(const std::string& path, int index, const ToolObject& object, obCertHerrorDetails details) {
+  obCerts certs;
+  obCRLs crls;
+  if (obPKCS72CertCRL(reinterpret_cast<const char*>(object.der.data()), static_cast<unsigned>(object.der.size()),
+                      &certs, &crls) < 0) {
+    std::fprintf(stderr, "nycert show: %s: object %d is not a PKCS#7 bundle of certificates and CRLs\n",
+                 path.c_str(), index);
+    return false;
+  }
+  std::printf("%s: PKCS#7 bundle %d: %d certificates, %d CRLs\n", path.c_str(), index, certs.Count(), crls.Count());
+  bool ok = true;
+  std::string inner = path + " bundle " + std::to_string(index);
+  for (int i = 0; i < certs.Count(); ++i) {
+    obSaveSigned(certs.Get(i));
+    ok &= ShowDecoded(inner, i + 1, "certificate", certs.Get(i), details);
+  }
+  for (int i = 0; i < crls.Count(); ++i) {
+    obSaveSigned(crls.Get(i));
+    ok &= ShowDecoded(inner, i + 1, "CRL", crls.Get(i), details);
+  }
+  return ok;
+}
+
 // Prints one object; false when it does not decode.
 bool ShowObject(const std::string& path, int index, const ToolObject& object, obCertHerrorDetails details) {
   if (!object.error.empty()) {
     std::fprintf(stderr, "nycert show: %s: object %d: %s\n", path.c_str(), index, object.error.c_str());
     return false;
   }
+  if (object.label == "PKCS7" || (object.label.empty() && IsBundleFile(path)))
+    return ShowBundle(path, index, object, details);
   if (object.label.empty()) return ShowUnlabelled(path, index, object, details);
   if (IsCrlLabel(object.label)) return ShowDecoded(path, index, "CRL", DecodeCrl(object.der), details);
   if (IsCertificateLabel(object.label)) {

@@ -4,10 +4,11 @@
 
 #include "nycert/asn1/runtime/asn_bytes.h"
 #include "nycert/asn1/runtime/asn_type.h"
+#include "nycert/platform/export.h"
 
 // obAsnRawAny keeps the complete encoding (identifier, length, content) of one
 // value and writes it back unchanged.
-class obAsnRawAny : public obAsnType {
+class NYCERT_EXPORT obAsnRawAny : public obAsnType {
  public:
   obAsnRawAny() = default;
   obAsnRawAny(const unsigned char* encoding, unsigned long length) : encoding_(encoding, length) {}
@@ -38,7 +39,7 @@ class obAsnRawAny : public obAsnType {
 // (SetValue), it decodes and encodes through it; otherwise it keeps the value
 // undecoded, to be resolved later once its type is known (ANY DEFINED BY).
 // With neither, it falls back on the base type's "improperly formed" failures.
-class obAsnAny : public obAsnType {
+class NYCERT_EXPORT obAsnAny : public obAsnType {
  public:
   obAsnAny() = default;
   obAsnAny(const obAsnAny& other);

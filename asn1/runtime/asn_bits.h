@@ -8,10 +8,11 @@
 
 #include "nycert/asn1/runtime/asn_bytes.h"
 #include "nycert/asn1/runtime/asn_type.h"
+#include "nycert/platform/export.h"
 
 constexpr unsigned kAsnBitStringTag = 3;
 
-class obAsnBits : public obAsnType {
+class NYCERT_EXPORT obAsnBits : public obAsnType {
  public:
   obAsnBits() = default;
   // bitLen bits from the first (bitLen + 7) / 8 octets of p.

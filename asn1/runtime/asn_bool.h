@@ -3,8 +3,9 @@
 #define NYCERT_ASN1_RUNTIME_ASN_BOOL_H_
 
 #include "nycert/asn1/runtime/asn_type.h"
+#include "nycert/platform/export.h"
 
-class obAsnBool : public obAsnType {
+class NYCERT_EXPORT obAsnBool : public obAsnType {
  public:
   obAsnBool() = default;
   explicit obAsnBool(bool value) : value_(value) {}

@@ -7,6 +7,8 @@
 #ifndef NYCERT_ASN1_RUNTIME_ASN_BUF_H_
 #define NYCERT_ASN1_RUNTIME_ASN_BUF_H_
 
+#include "nycert/platform/export.h"
+
 // A decoded tag: the identifier octets packed first octet lowest (0x30, 0xA0, ...).
 typedef unsigned int obAsnTag;
 // A decoded length; negative values are the markers below.
@@ -27,7 +29,7 @@ constexpr unsigned kAsnConstructed = 0x20;
 // Deepest nesting of constructed values accepted from one input.
 constexpr unsigned kAsnMaxDepth = 64;
 
-class obAsnReadBuf {
+class NYCERT_EXPORT obAsnReadBuf {
  public:
   obAsnReadBuf() = default;
   obAsnReadBuf(const unsigned char* data, unsigned long length) { Init(data, length); }
@@ -57,7 +59,7 @@ class obAsnReadBuf {
 
 // Counts one level of nesting for as long as it lives; Ok() is false (and a
 // message was reported) once the input nests deeper than kAsnMaxDepth.
-class obAsnNestGuard {
+class NYCERT_EXPORT obAsnNestGuard {
  public:
   explicit obAsnNestGuard(obAsnReadBuf& b);
   ~obAsnNestGuard() { --b_.depth; }
@@ -69,7 +71,7 @@ class obAsnNestGuard {
   obAsnReadBuf& b_;
 };
 
-class obAsnWriteBuf {
+class NYCERT_EXPORT obAsnWriteBuf {
  public:
   obAsnWriteBuf() = default;
   obAsnWriteBuf(unsigned char* block, unsigned long length) { Init(block, length); }

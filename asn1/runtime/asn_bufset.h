@@ -6,9 +6,10 @@
 
 #include "nycert/asn1/runtime/asn_type.h"
 #include "nycert/buffers/nybinbuf.h"
+#include "nycert/platform/export.h"
 
 // Gathers the encodings of one or more values, in order, into one contiguous run.
-class obAsnBufSet {
+class NYCERT_EXPORT obAsnBufSet {
  public:
   // Encodes value as the next segment: its size, or -1.
   int Put(const obAsnType& value);
@@ -24,8 +25,8 @@ class obAsnBufSet {
 };
 
 // One value's encoding into out (a measuring pass, then a real one): 0, or -1.
-int obAsnEncode(const obAsnType& value, nyBinBuf& out);
+NYCERT_EXPORT int obAsnEncode(const obAsnType& value, nyBinBuf& out);
 // Decodes value from exactly these octets; trailing octets are an error. 0, or -1.
-int obAsnDecode(obAsnType& value, const unsigned char* data, unsigned long length);
+NYCERT_EXPORT int obAsnDecode(obAsnType& value, const unsigned char* data, unsigned long length);
 
 #endif  // NYCERT_ASN1_RUNTIME_ASN_BUFSET_H_

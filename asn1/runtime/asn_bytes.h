@@ -5,7 +5,9 @@
 #ifndef NYCERT_ASN1_RUNTIME_ASN_BYTES_H_
 #define NYCERT_ASN1_RUNTIME_ASN_BYTES_H_
 
-class obAsnBytes {
+#include "nycert/platform/export.h"
+
+class NYCERT_EXPORT obAsnBytes {
  public:
   obAsnBytes() = default;
   obAsnBytes(const unsigned char* p, unsigned long n) { Assign(p, n); }

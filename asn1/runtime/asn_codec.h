@@ -11,6 +11,7 @@
 
 #include "nycert/asn1/runtime/asn_buf.h"
 #include "nycert/asn1/runtime/asn_tag.h"
+#include "nycert/platform/export.h"
 
 // The forms a tag may take when decoded. Strings accept both (BER allows
 // constructed strings); encoding writes the primitive form unless only the
@@ -21,7 +22,7 @@ constexpr unsigned kAsnFormCons = 2;
 constexpr unsigned kAsnFormEither = kAsnFormPrim | kAsnFormCons;
 
 // The tag a value starts with: class bits (kAsnContext, ...), number and forms.
-struct obAsnTagDef {
+struct NYCERT_EXPORT obAsnTagDef {
   unsigned cls;
   unsigned number;
   unsigned forms;
@@ -39,13 +40,13 @@ constexpr bool obAsnTagFits(obAsnTag tag, obAsnTagDef def) {
 // Reads a tag that must fit def and a length: 1 with tag and len set, or -1
 // with a message naming owner. An indefinite length is refused on a
 // primitive encoding.
-int obAsnDecHeader(obAsnReadBuf& b, unsigned long& bytesDecoded, obAsnTagDef def, const char* owner, obAsnTag& tag,
+NYCERT_EXPORT int obAsnDecHeader(obAsnReadBuf& b, unsigned long& bytesDecoded, obAsnTagDef def, const char* owner, obAsnTag& tag,
                    obAsnLen& len);
 
 // Puts the header of def in front of content octets just written (content is
 // their count, or -1 when writing them failed): the total, or -1 with a
 // message naming owner.
-int obAsnEncHeader(obAsnWriteBuf& b, int content, obAsnTagDef def, const char* owner);
+NYCERT_EXPORT int obAsnEncHeader(obAsnWriteBuf& b, int content, obAsnTagDef def, const char* owner);
 
 // A whole value of T under the tag def (T's own tag, or an implicit tag in its
 // place): the header, then T's content codec.
@@ -77,7 +78,7 @@ int obAsnDecExplicitContent(T& v, obAsnReadBuf& b, obAsnLen len, unsigned long& 
 // whose end is the end of that content, so no element can reach beyond it.
 // Holds one nesting level of the enclosing buffer and hands the read
 // position back to it when it goes.
-class obAsnConsDec {
+class NYCERT_EXPORT obAsnConsDec {
  public:
   obAsnConsDec(obAsnReadBuf& b, obAsnLen len, unsigned long& bytesDecoded, const char* owner);
   ~obAsnConsDec() { outer_.cur = in_.cur; }
@@ -150,7 +151,7 @@ int obAsnDecExplicitContent(T& v, obAsnReadBuf& b, obAsnLen len, unsigned long& 
 // Writes the components of a constructed content, last first (the buffer
 // fills from its end). After a failure (reported once, naming the component)
 // the remaining calls do nothing and Total() is -1.
-class obAsnConsEnc {
+class NYCERT_EXPORT obAsnConsEnc {
  public:
   obAsnConsEnc(obAsnWriteBuf& b, const char* owner) : b_(b), owner_(owner) {}
 
@@ -179,7 +180,7 @@ class obAsnConsEnc {
 
 // CHOICE failures: a tag that no alternative has, and encoding with no
 // alternative chosen. Both -1.
-int obAsnUnknownAlternative(const char* owner, obAsnTag tag, const obAsnReadBuf& b);
-int obAsnNoAlternative(const char* owner);
+NYCERT_EXPORT int obAsnUnknownAlternative(const char* owner, obAsnTag tag, const obAsnReadBuf& b);
+NYCERT_EXPORT int obAsnNoAlternative(const char* owner);
 
 #endif  // NYCERT_ASN1_RUNTIME_ASN_CODEC_H_

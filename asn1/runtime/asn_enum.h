@@ -4,8 +4,9 @@
 #define NYCERT_ASN1_RUNTIME_ASN_ENUM_H_
 
 #include "nycert/asn1/runtime/asn_type.h"
+#include "nycert/platform/export.h"
 
-class obAsnEnum : public obAsnType {
+class NYCERT_EXPORT obAsnEnum : public obAsnType {
  public:
   obAsnEnum() = default;
   explicit obAsnEnum(int value) : value_(value) {}

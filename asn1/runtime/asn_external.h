@@ -18,8 +18,9 @@
 #include "nycert/asn1/runtime/asn_oid.h"
 #include "nycert/asn1/runtime/asn_opt.h"
 #include "nycert/asn1/runtime/asn_string.h"
+#include "nycert/platform/export.h"
 
-class obAsnEXTERNALChoice : public obAsnType {
+class NYCERT_EXPORT obAsnEXTERNALChoice : public obAsnType {
  public:
   enum ChoiceId { kNone = -1, kSingleAsn1Type = 0, kOctetAligned = 1, kArbitrary = 2 };
 
@@ -46,7 +47,7 @@ class obAsnEXTERNALChoice : public obAsnType {
   void Reset(ChoiceId chosen);
 };
 
-class obAsnEXTERNAL : public obAsnType {
+class NYCERT_EXPORT obAsnEXTERNAL : public obAsnType {
  public:
   const char* TypeName() const override;
   obAsnEXTERNAL* Clone() const override;

@@ -14,8 +14,9 @@
 
 #include "nycert/asn1/runtime/asn_bytes.h"
 #include "nycert/asn1/runtime/asn_type.h"
+#include "nycert/platform/export.h"
 
-class obAsnInt : public obAsnType {
+class NYCERT_EXPORT obAsnInt : public obAsnType {
  public:
   obAsnInt() = default;
   // See Set(long).

@@ -3,8 +3,9 @@
 #define NYCERT_ASN1_RUNTIME_ASN_NULL_H_
 
 #include "nycert/asn1/runtime/asn_type.h"
+#include "nycert/platform/export.h"
 
-class obAsnNull : public obAsnType {
+class NYCERT_EXPORT obAsnNull : public obAsnType {
  public:
   const char* TypeName() const override;
   obAsnNull* Clone() const override;

@@ -8,15 +8,16 @@
 
 #include "nycert/asn1/runtime/asn_bytes.h"
 #include "nycert/asn1/runtime/asn_type.h"
+#include "nycert/platform/export.h"
 
 constexpr unsigned kAsnOctetStringTag = 4;
 
 // Decodes OCTET STRING content in the form tag gives (primitive, or
 // constructed of nested OCTET STRING segments) into out, replacing what it
 // held. Shared by every type encoded as an OCTET STRING. 1, or -1.
-int obAsnDecodeOctsContent(obAsnReadBuf& b, obAsnTag tag, obAsnLen len, unsigned long& bytesDecoded, obAsnBytes& out);
+NYCERT_EXPORT int obAsnDecodeOctsContent(obAsnReadBuf& b, obAsnTag tag, obAsnLen len, unsigned long& bytesDecoded, obAsnBytes& out);
 
-class obAsnOcts : public obAsnType {
+class NYCERT_EXPORT obAsnOcts : public obAsnType {
  public:
   obAsnOcts() = default;
   obAsnOcts(const unsigned char* p, unsigned long n) : octs_(p, n) {}

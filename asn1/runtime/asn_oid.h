@@ -10,13 +10,14 @@
 #include "nycert/asn1/runtime/asn_bytes.h"
 #include "nycert/asn1/runtime/asn_type.h"
 #include "nycert/buffers/obstring.h"
+#include "nycert/platform/export.h"
 
 // Size of the text buffer Sprint, Print and Herror format the dotted form in.
 constexpr unsigned kAsnOidPrintMax = 512;
 // Longest text Dotted() produces, its terminating zero included.
 constexpr unsigned long kAsnOidDottedMax = 8192;
 
-class obAsnOid : public obAsnType {
+class NYCERT_EXPORT obAsnOid : public obAsnType {
  public:
   obAsnOid() = default;
   // The identifier a0.a1 followed by a2, a3, ... up to the first negative

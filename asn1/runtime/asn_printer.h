@@ -3,20 +3,22 @@
 #ifndef NYCERT_ASN1_RUNTIME_ASN_PRINTER_H_
 #define NYCERT_ASN1_RUNTIME_ASN_PRINTER_H_
 
+#include "nycert/platform/export.h"
+
 class ObStream;
 class obAsnType;
 
 // Prints "name: value" when the value prints on one line, else "name:" and
 // the value's lines one level deeper. The value's Sprint result (0 or -1).
-int obAsnSprintNamed(ObStream* s, int indent, const char* name, const obAsnType& value);
+NYCERT_EXPORT int obAsnSprintNamed(ObStream* s, int indent, const char* name, const obAsnType& value);
 
 // The chosen alternative of a CHOICE as a named value; with no value, the
 // line "(no alternative)". 0, or -1 when the value cannot print.
-int obAsnSprintChoice(ObStream* s, int indent, const char* name, const obAsnType* value);
+NYCERT_EXPORT int obAsnSprintChoice(ObStream* s, int indent, const char* name, const obAsnType* value);
 
 // Prints a heading line with the type's name, then each component or element
 // one level deeper. Done() is -1 when any of them could not print.
-class obAsnFieldPrinter {
+class NYCERT_EXPORT obAsnFieldPrinter {
  public:
   obAsnFieldPrinter(ObStream* s, int indent, const char* typeName);
 

@@ -12,6 +12,7 @@
 
 #include "nycert/asn1/runtime/asn_bytes.h"
 #include "nycert/asn1/runtime/asn_type.h"
+#include "nycert/platform/export.h"
 
 // How a type's content is shown when printed.
 enum obAsnStringPrint {
@@ -21,7 +22,7 @@ enum obAsnStringPrint {
   kAsnPrintUcs4,  // 4-octet characters: text when all are ASCII, else hex
 };
 
-struct obAsnStringKind {
+struct NYCERT_EXPORT obAsnStringKind {
   const char* name;  // the class name, such as "obAsnIA5String"
   unsigned tag;      // universal tag number
   // 1 when the content is acceptable for the type, else 0.
@@ -32,7 +33,7 @@ struct obAsnStringKind {
   obAsnStringPrint print;
 };
 
-class obAsnString : public obAsnType {
+class NYCERT_EXPORT obAsnString : public obAsnType {
  public:
   ~obAsnString() override;
 
@@ -87,98 +88,98 @@ class obAsnStringOf : public Base {
 };
 
 // Well-formed UTF-8.
-class obAsnUTF8String : public obAsnStringOf<obAsnUTF8String> {
+class NYCERT_EXPORT obAsnUTF8String : public obAsnStringOf<obAsnUTF8String> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // Digits and space.
-class obAsnNumericString : public obAsnStringOf<obAsnNumericString> {
+class NYCERT_EXPORT obAsnNumericString : public obAsnStringOf<obAsnNumericString> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // A-Z a-z 0-9 space ' ( ) + , - . / : = ?
-class obAsnPrintableString : public obAsnStringOf<obAsnPrintableString> {
+class NYCERT_EXPORT obAsnPrintableString : public obAsnStringOf<obAsnPrintableString> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // T.61 text; any octets are accepted.
-class obAsnTeletexString : public obAsnStringOf<obAsnTeletexString> {
+class NYCERT_EXPORT obAsnTeletexString : public obAsnStringOf<obAsnTeletexString> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // The TeletexString under its older name: the same tag and content.
-class obAsnT61String : public obAsnStringOf<obAsnT61String> {
+class NYCERT_EXPORT obAsnT61String : public obAsnStringOf<obAsnT61String> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // Any octets.
-class obAsnVideotexString : public obAsnStringOf<obAsnVideotexString> {
+class NYCERT_EXPORT obAsnVideotexString : public obAsnStringOf<obAsnVideotexString> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // Octets below 0x80.
-class obAsnIA5String : public obAsnStringOf<obAsnIA5String> {
+class NYCERT_EXPORT obAsnIA5String : public obAsnStringOf<obAsnIA5String> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // Any octets.
-class obAsnGraphicString : public obAsnStringOf<obAsnGraphicString> {
+class NYCERT_EXPORT obAsnGraphicString : public obAsnStringOf<obAsnGraphicString> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // Printable ASCII, 0x20-0x7E.
-class obAsnVisibleString : public obAsnStringOf<obAsnVisibleString> {
+class NYCERT_EXPORT obAsnVisibleString : public obAsnStringOf<obAsnVisibleString> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // The VisibleString under its older name: the same tag and content.
-class obAsnISO646String : public obAsnStringOf<obAsnISO646String> {
+class NYCERT_EXPORT obAsnISO646String : public obAsnStringOf<obAsnISO646String> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // Any octets.
-class obAsnGeneralString : public obAsnStringOf<obAsnGeneralString> {
+class NYCERT_EXPORT obAsnGeneralString : public obAsnStringOf<obAsnGeneralString> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // UCS-4 big-endian: a multiple of 4 octets, characters up to U+10FFFF.
-class obAsnUniversalString : public obAsnStringOf<obAsnUniversalString> {
+class NYCERT_EXPORT obAsnUniversalString : public obAsnStringOf<obAsnUniversalString> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // UCS-2 big-endian: an even number of octets.
-class obAsnBMPString : public obAsnStringOf<obAsnBMPString> {
+class NYCERT_EXPORT obAsnBMPString : public obAsnStringOf<obAsnBMPString> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;
 };
 
 // ObjectDescriptor (universal 7), a GraphicString.
-class obAsnObjectDescriptor : public obAsnStringOf<obAsnObjectDescriptor> {
+class NYCERT_EXPORT obAsnObjectDescriptor : public obAsnStringOf<obAsnObjectDescriptor> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnStringKind kKind;

@@ -3,6 +3,7 @@
 #define NYCERT_ASN1_RUNTIME_ASN_TAG_H_
 
 #include "nycert/asn1/runtime/asn_buf.h"
+#include "nycert/platform/export.h"
 
 // Largest tag number the runtime writes or reads (three continuation octets).
 constexpr unsigned kAsnMaxTagNumber = 0x1FFFFF;
@@ -21,15 +22,15 @@ constexpr obAsnTag obAsnMakeTag(unsigned cls, unsigned form, unsigned number) {
 }
 
 // The tag number of a packed tag.
-unsigned obAsnTagNumber(obAsnTag tag);
+NYCERT_EXPORT unsigned obAsnTagNumber(obAsnTag tag);
 
 // Class and form bits of a packed tag, and whether it is constructed.
 constexpr unsigned obAsnTagClass(obAsnTag tag) { return tag & 0xC0; }
 constexpr bool obAsnTagIsConstructed(obAsnTag tag) { return (tag & kAsnConstructed) != 0; }
 
 // Writes the identifier octets in front of b's contents: their count (1-4), or -1.
-int BEncTag(obAsnWriteBuf& b, unsigned cls, unsigned form, unsigned number);
+NYCERT_EXPORT int BEncTag(obAsnWriteBuf& b, unsigned cls, unsigned form, unsigned number);
 // Reads identifier octets; adds their count to bytes. kAsnBadTag on failure.
-obAsnTag BDecTag(obAsnReadBuf& b, unsigned long& bytes);
+NYCERT_EXPORT obAsnTag BDecTag(obAsnReadBuf& b, unsigned long& bytes);
 
 #endif  // NYCERT_ASN1_RUNTIME_ASN_TAG_H_

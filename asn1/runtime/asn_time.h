@@ -12,19 +12,20 @@
 #include <string>
 
 #include "nycert/asn1/runtime/asn_string.h"
+#include "nycert/platform/export.h"
 
 // The text form of one time type.
-struct obAsnTimeSyntax {
+struct NYCERT_EXPORT obAsnTimeSyntax {
   int yearDigits;         // 2: years 50-99 are 19xx, 00-49 are 20xx; or 4
   bool fraction;          // whether fractional seconds may follow the seconds
   long minYear, maxYear;  // the years the type can carry
 };
 
-struct obAsnTimeKind : obAsnStringKind {
+struct NYCERT_EXPORT obAsnTimeKind : obAsnStringKind {
   obAsnTimeSyntax syntax;
 };
 
-class obAsnTime : public obAsnString {
+class NYCERT_EXPORT obAsnTime : public obAsnString {
  public:
   // Seconds since 1970 (UTC) of the time held: 0, or -1 when it is not a valid time.
   int GetTime(long* seconds) const;
@@ -43,14 +44,14 @@ class obAsnTime : public obAsnString {
 };
 
 // YYMMDDHHMMSSZ, years 1950-2049.
-class obAsnUTCTime : public obAsnStringOf<obAsnUTCTime, obAsnTime> {
+class NYCERT_EXPORT obAsnUTCTime : public obAsnStringOf<obAsnUTCTime, obAsnTime> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnTimeKind kKind;
 };
 
 // YYYYMMDDHHMMSSZ, years 0000-9999.
-class obAsnGeneralizedTime : public obAsnStringOf<obAsnGeneralizedTime, obAsnTime> {
+class NYCERT_EXPORT obAsnGeneralizedTime : public obAsnStringOf<obAsnGeneralizedTime, obAsnTime> {
  public:
   using obAsnStringOf::obAsnStringOf;
   static const obAsnTimeKind kKind;
@@ -58,9 +59,9 @@ class obAsnGeneralizedTime : public obAsnStringOf<obAsnGeneralizedTime, obAsnTim
 
 // Seconds since 1970 (UTC) of the content octets of a time of kind (either
 // kind's kKind): 0, or -1 when they are not a valid time of that kind.
-int obAsnParseTime(const obAsnTimeKind& kind, const unsigned char* p, unsigned long n, long* seconds);
+NYCERT_EXPORT int obAsnParseTime(const obAsnTimeKind& kind, const unsigned char* p, unsigned long n, long* seconds);
 
 // "YYYY-MM-DD HH:MM:SS UTC" for seconds since 1970.
-std::string obAsnTimeText(long seconds);
+NYCERT_EXPORT std::string obAsnTimeText(long seconds);
 
 #endif  // NYCERT_ASN1_RUNTIME_ASN_TIME_H_

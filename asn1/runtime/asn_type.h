@@ -5,10 +5,11 @@
 #include <cstdio>
 
 #include "nycert/asn1/runtime/asn_buf.h"
+#include "nycert/platform/export.h"
 
 class ObStream;
 
-class obAsnType {
+class NYCERT_EXPORT obAsnType {
  public:
   obAsnType() = default;
   obAsnType(const obAsnType&) = default;

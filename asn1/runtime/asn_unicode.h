@@ -7,6 +7,7 @@
 #include <string>
 
 #include "nycert/asn1/runtime/asn_bytes.h"
+#include "nycert/platform/export.h"
 
 constexpr unsigned long kUnicodeMax = 0x10FFFF;
 
@@ -19,16 +20,16 @@ inline unsigned long obAsnUcsChar(const unsigned char* p, unsigned width) {
 
 // 1 when p holds well-formed UTF-8 (no overlong forms, no surrogates, nothing
 // above U+10FFFF), else 0.
-int obAsnUtf8Valid(const unsigned char* p, unsigned long n);
+NYCERT_EXPORT int obAsnUtf8Valid(const unsigned char* p, unsigned long n);
 
 // UTF-8 text of BMPString content. UTF-16 surrogate pairs, which some
 // encoders write, are joined; an odd length or a lone surrogate fails. 0, or -1.
-int obAsnBmpToUtf8(const unsigned char* p, unsigned long n, std::string& utf8);
+NYCERT_EXPORT int obAsnBmpToUtf8(const unsigned char* p, unsigned long n, std::string& utf8);
 // UTF-8 text of UniversalString content; a length that is not a multiple of
 // 4, a surrogate or a value above U+10FFFF fails. 0, or -1.
-int obAsnUniversalToUtf8(const unsigned char* p, unsigned long n, std::string& utf8);
+NYCERT_EXPORT int obAsnUniversalToUtf8(const unsigned char* p, unsigned long n, std::string& utf8);
 // BMPString content of UTF-8 text; malformed UTF-8 or a character beyond
 // U+FFFF (which UCS-2 cannot hold) fails. 0, or -1.
-int obAsnUtf8ToBmp(const unsigned char* p, unsigned long n, obAsnBytes& bmp);
+NYCERT_EXPORT int obAsnUtf8ToBmp(const unsigned char* p, unsigned long n, obAsnBytes& bmp);
 
 #endif  // NYCERT_ASN1_RUNTIME_ASN_UNICODE_H_

@@ -13,9 +13,10 @@
 #include <cstdint>
 
 #include "nycert/asn1/runtime/asn_tag.h"
+#include "nycert/platform/export.h"
 
 // A run of borrowed octets.
-struct obDerSpan {
+struct NYCERT_EXPORT obDerSpan {
   const unsigned char* data = nullptr;
   size_t size = 0;
 
@@ -26,7 +27,7 @@ struct obDerSpan {
 };
 
 // One element: its tag, its content octets, and the whole encoding.
-struct obDerElement {
+struct NYCERT_EXPORT obDerElement {
   obAsnTag tag = kAsnBadTag;
   obDerSpan content;
   obDerSpan tlv;
@@ -48,7 +49,7 @@ constexpr obAsnTag kDerSet = 0x31;
 constexpr obAsnTag obDerContextCons(unsigned n) { return obAsnMakeTag(kAsnContext, kAsnConstructed, n); }
 constexpr obAsnTag obDerContextPrim(unsigned n) { return obAsnMakeTag(kAsnContext, kAsnPrimitive, n); }
 
-class obDerReader {
+class NYCERT_EXPORT obDerReader {
  public:
   obDerReader() = default;
   explicit obDerReader(obDerSpan input) : cur_(input.data), end_(input.data + input.size) {}
@@ -107,13 +108,13 @@ class obDerReader {
 // Content checks for values read with obDerReader.
 
 // BOOLEAN in DER: one octet, 0x00 or 0xFF.
-bool obDerParseBool(obDerSpan content, bool& out);
+NYCERT_EXPORT bool obDerParseBool(obDerSpan content, bool& out);
 // An INTEGER's content is non-empty and minimal (no redundant leading octet).
-bool obDerIsValidInteger(obDerSpan content);
+NYCERT_EXPORT bool obDerIsValidInteger(obDerSpan content);
 // A non-negative INTEGER that fits in a long.
-bool obDerParseSmallUint(obDerSpan content, long& out);
+NYCERT_EXPORT bool obDerParseSmallUint(obDerSpan content, long& out);
 // BIT STRING content: the unused-bit count (0..7, 0 when empty, unused bits
 // zero as DER wants) followed by the bits; out gets the octets after the count.
-bool obDerParseBitString(obDerSpan content, obDerSpan& bits, unsigned& unusedBits);
+NYCERT_EXPORT bool obDerParseBitString(obDerSpan content, obDerSpan& bits, unsigned& unusedBits);
 
 #endif  // NYCERT_ASN1_RUNTIME_DER_READER_H_

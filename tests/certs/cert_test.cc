@@ -8,6 +8,7 @@
 #include <ctime>
 #include <functional>
 #include <memory>
+#include <string>
 #include <thread>
 
 #include "nycert/asn1/modules/pkix1_explicit.h"
@@ -309,6 +310,27 @@ TEST(CertThreadStress, PubKeyIsMadeOnce) {
   for (auto& slot : seen) threads.emplace_back([&] { slot = cert->PubKey(); });
   for (auto& t : threads) t.join();
   for (auto& slot : seen) EXPECT_EQ(seen[0].load(), slot.load());
+}
+
+obPubKey* RefuseEveryKey(void*, obPK_Format, const void*, int) { return nullptr; }
+
+// A key that cannot be made marks the shared certificate once; every thread
+// sees the failure and the same message.
+TEST(CertThreadStress, FailingKeyMarksTheCertificateOnce) {
+  auto cert = Decode(ServerCert());
+  obSetImportRSAKey_func(RefuseEveryKey, nullptr);
+  std::atomic<int> keys{0}, failed{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i)
+    threads.emplace_back([&] {
+      if (cert->PubKey()) ++keys;
+      if (!cert->OK() && std::string(cert->Error().getstr()) == "Error decoding key") ++failed;
+    });
+  for (auto& t : threads) t.join();
+  obSetImportRSAKey_func(nullptr, nullptr);
+  EXPECT_EQ(0, keys.load());
+  EXPECT_EQ(4, failed.load());
+  EXPECT_EQ(nullptr, cert->PubKey());
 }
 
 }  // namespace

@@ -619,3 +619,33 @@ TEST(CrlCacheThreadStress, LookupsWhileCompletionsArriveAndTimersFire) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(CrlDbThreadStress, PathChangesAndDestroyWhileOthersReadAndWrite) {
+  CrlCacheSandbox sandbox;
+  TempDir second;
+  CrlPtr crl = FreshCrl(kDp);
+  obGeneralName dp = Uri(kDp);
+  std::atomic<int> got{0};
+  RunTogether(4, [&](int t) {
+    for (int i = 0; i < 150; ++i) {
+      if (t == 0) {
+        if (i % 3 == 2) {
+          CrlDB::Destroy();
+        } else {
+          CrlDB::InitPath(i % 2 ? second.path().c_str() : sandbox.dir().path().c_str());
+        }
+        continue;
+      }
+      CrlDB::Store(&dp, "", crl.get(), kSandboxNow + 86400);
+      if (CrlPtr read = CrlPtr(CrlDB::Get(&dp, ""))) {
+        EXPECT_EQ(DerOf(*read), DerOf(*crl));
+        got++;
+      }
+    }
+  });
+  EXPECT_GT(got.load(), 0);
+}
+
+}  // namespace

@@ -283,10 +283,10 @@ TEST(RsaKeySet, ContentsAndFallbacks) {
   Bytes der = ExportDer(key, obPK_Format_PrivateDER);
   Set set(obExportRSAKey_to_Set(key));
   ASSERT_NE(set, nullptr);
-  EXPECT_EQ(128u, set->GetValue("modulus")->Len());
+  EXPECT_EQ(128u, set->GetValue("modulus")->size());
   EXPECT_EQ("01 00 01", ToHex(*set->GetValue("public")));
-  const nyBinBuf* pkcs1 = set->GetSet("private")->GetValue("pkcs1");
-  EXPECT_EQ(der, Bytes(pkcs1->Data(), pkcs1->Data() + pkcs1->Len()));
+  const ObBytes* pkcs1 = set->GetSet("private")->GetValue("pkcs1");
+  EXPECT_EQ(der, *pkcs1);
 
   // A damaged PKCS#8 form is passed over for the PKCS#1 one.
   Set damaged(obset_new());

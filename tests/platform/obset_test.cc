@@ -18,8 +18,8 @@ int PutHex(obset* set, const char* name, const std::string& hex) {
   return set->Put(name, bytes.data(), static_cast<unsigned>(bytes.size()));
 }
 
-std::string Text(const nyBinBuf* value) {
-  return value ? std::string(reinterpret_cast<const char*>(value->Data()), value->Len()) : "<none>";
+std::string Text(const ObBytes* value) {
+  return value ? std::string(value->begin(), value->end()) : "<none>";
 }
 
 std::vector<std::string> Names(const obset& set) {
@@ -39,16 +39,16 @@ TEST(ObsetAttributes, PutReplacesInPlaceAndGetFindsExactNames) {
   EXPECT_EQ(set.Count(), 3u);
   EXPECT_EQ(Names(set), (std::vector<std::string>{"modulus", "public", "empty"}));
   EXPECT_EQ(Text(set.GetValue("modulus")), "longer modulus");
-  EXPECT_EQ(set.GetValue("public")->Len(), 3u);
+  EXPECT_EQ(set.GetValue("public")->size(), 3u);
   ASSERT_NE(set.Get("empty"), nullptr);
-  EXPECT_EQ(set.Get("empty")->value.Len(), 0u);
+  EXPECT_EQ(set.Get("empty")->value.size(), 0u);
   EXPECT_EQ(set.Get("Modulus"), nullptr);  // names are case-sensitive
   EXPECT_EQ(set.Get(nullptr), nullptr);
   EXPECT_EQ(set.GetSet("modulus"), nullptr);  // a value, not a nested set
 
   // A value copied from the very attribute it replaces.
-  const nyBinBuf* own = set.GetValue("public");
-  EXPECT_EQ(set.Put("public", own->Data() + 1, 2), 0);
+  const ObBytes* own = set.GetValue("public");
+  EXPECT_EQ(set.Put("public", own->data() + 1, 2), 0);
   EXPECT_EQ(ToHex(*set.GetValue("public")), "00 01");
 }
 
@@ -77,7 +77,7 @@ TEST(ObsetAttributes, NestedSetsHoldKeyPartsAndReplaceValues) {
   EXPECT_EQ(Names(*got), (std::vector<std::string>{"pkcs8", "pkcs1"}));
   EXPECT_EQ(Text(got->GetValue("pkcs8")), "pkcs8 der");
   EXPECT_EQ(key->GetValue("private"), nullptr);  // a nested set, not a value
-  EXPECT_TRUE(key->Get("private")->value.IsEmpty());
+  EXPECT_TRUE(key->Get("private")->value.empty());
 
   // A set replaces a value under the same name, and a value a set.
   obset* inner = obset_new();
@@ -99,5 +99,5 @@ TEST(ObsetAttributes, WipeZeroesEveryValueNestedOnesToo) {
   set.Wipe();
   EXPECT_EQ(set.Count(), 2u);  // attributes stay, contents are gone
   EXPECT_EQ(ToHex(*set.GetValue("public")), "00 00 00");
-  EXPECT_EQ(*set.GetSet("private")->GetValue("exponent"), nyBinBuf(std::string(15, '\0').data(), 15));
+  EXPECT_EQ(*set.GetSet("private")->GetValue("exponent"), ObBytes(15, 0));
 }

@@ -111,6 +111,7 @@ std::string ToHex(const unsigned char* data, size_t length) {
 }
 
 std::string ToHex(const nyBinBuf& buf) { return ToHex(buf.Data(), buf.Len()); }
+std::string ToHex(const std::vector<unsigned char>& bytes) { return ToHex(bytes.data(), bytes.size()); }
 
 std::string Repeat(const std::string& text, int times) {
   std::string out;

@@ -37,6 +37,7 @@ int Gated(const std::function<int()>& op, const std::string& message = "");
 std::vector<unsigned char> Hex(const std::string& text);
 std::string ToHex(const unsigned char* data, size_t length);
 std::string ToHex(const nyBinBuf& buf);
+std::string ToHex(const std::vector<unsigned char>& bytes);
 // text written times over.
 std::string Repeat(const std::string& text, int times);
 

@@ -113,5 +113,30 @@ TEST_F(ToolShow, HelpOnEveryCommand) {
   }
 }
 
+TEST_F(ToolShow, PrintsPkcs7BundlesFromDerAndPem) {
+  const TestPki& pki = SharedPki();
+  WriteBytes(File("p7.crl"), MakeCrl(pki, {}));
+  ASSERT_TRUE(Openssl(pki.dir(), "crl -inform DER -in p7.crl -out p7_crl.pem"));
+  ASSERT_TRUE(Openssl(pki.dir(), "crl2pkcs7 -in p7_crl.pem -certfile tool_leaf.pem -certfile ca.pem -outform DER "
+                                 "-out tool.p7b"));
+  ASSERT_TRUE(Openssl(pki.dir(), "crl2pkcs7 -nocrl -certfile ca.pem -out tool_pem.p7c"));
+
+  ToolResult der = RunNycert("show -d 1 " + File("tool.p7b"));
+  EXPECT_EQ(0, der.status) << der.output;
+  EXPECT_EQ(0u, der.output.find(File("tool.p7b") + ": PKCS#7 bundle 1: 2 certificates, 1 CRLs\n")) << der.output;
+  EXPECT_EQ(2u, CountOccurrences(der.output, ": certificate "));
+  EXPECT_EQ(1u, CountOccurrences(der.output, "tool.p7b bundle 1: CRL 1\n"));
+
+  ToolResult pem = RunNycert("show " + File("tool_pem.p7c"));
+  EXPECT_EQ(0, pem.status) << pem.output;
+  EXPECT_NE(std::string::npos, pem.output.find("PKCS#7 bundle 1: 1 certificates, 0 CRLs"));
+  EXPECT_NE(std::string::npos, pem.output.find("\tSubject: CN=Example Test CA"));
+
+  WriteBytes(File("junk.p7b"), Bytes{0x30, 0x03, 0x02, 0x01, 0x01});
+  ToolResult junk = RunNycert("show " + File("junk.p7b"));
+  EXPECT_EQ(1, junk.status);
+  EXPECT_NE(std::string::npos, junk.output.find("is not a PKCS#7 bundle"));
+}
+
 }  // namespace
 #endif  // NYCERT_TOOL_PATH

@@ -22,12 +22,13 @@ obASN_<List>_elem, obASN_<Tagged>_body):
   the content is the whole value of the base type).
 - Every class has TypeName, Clone, Copy, BDec, BEnc, Sprint, BDecContent and
   BEncContent (own or inherited); copies are deep, through obAsnOpt.
-- OBJECT IDENTIFIER values become `extern const obAsnOid obASN_<name>;`
+- OBJECT IDENTIFIER values become `extern NYCERT_EXPORT const obAsnOid obASN_<name>;`
   built when the library is loaded; INTEGER values become constexpr longs.
 The decoding and encoding work is done by the helpers of asn_codec.h.
 """
 
 RUNTIME_DIR = "nycert/asn1/runtime"
+EXPORT_HEADER = "nycert/platform/export.h"
 
 UNIVERSAL_TAG_NAMES = {
     (1, "prim"): "BOOLEAN", (2, "prim"): "INTEGER", (3, "any"): "BIT_STRING",
@@ -128,7 +129,7 @@ class Emitter:
             runtime.add("asn_oid.h")
         paths = ["%s/%s" % (RUNTIME_DIR, name) for name in sorted(runtime)]
         paths += [self.header_path(name) for name in self.out.imported]
-        return paths
+        return paths + [EXPORT_HEADER]
 
     def codec_declarations(self, cls, codec=True, content=True):
         lines = ["  const char* TypeName() const override;",
@@ -166,7 +167,7 @@ class Emitter:
 
     def alias_declaration(self, cls):
         base = cls.base.name
-        lines = ["class %s : public %s {" % (cls.name, base), " public:"]
+        lines = ["class NYCERT_EXPORT %s : public %s {" % (cls.name, base), " public:"]
         lines.append("  using %s::%s;" % (base, base.split("::")[-1]))
         lines.append("")
         lines += self.constant_lines(cls)
@@ -177,14 +178,14 @@ class Emitter:
 
     def list_declaration(self, cls):
         number = "kAsnSequenceNumber" if cls.list_kind == "SEQUENCE" else "kAsnSetNumber"
-        lines = ["class %s : public obAsnListOf<%s, %s> {" % (cls.name, cls.element.name, number),
+        lines = ["class NYCERT_EXPORT %s : public obAsnListOf<%s, %s> {" % (cls.name, cls.element.name, number),
                  " public:"]
         lines += self.codec_declarations(cls, codec=cls.own_tag is not None, content=False)
         lines.append("};")
         return lines
 
     def struct_declaration(self, cls):
-        lines = ["class %s : public obAsnType {" % cls.name, " public:"]
+        lines = ["class NYCERT_EXPORT %s : public obAsnType {" % cls.name, " public:"]
         lines += self.codec_declarations(cls)
         defaults = [f for f in cls.fields if f.default and f.default.supported]
         if defaults:
@@ -217,7 +218,7 @@ class Emitter:
         return "  %s %s;%s" % (type_text, field.cname, comment)
 
     def choice_declaration(self, cls):
-        lines = ["class %s : public obAsnType {" % cls.name, " public:"]
+        lines = ["class NYCERT_EXPORT %s : public obAsnType {" % cls.name, " public:"]
         ids = ["kNoChoice = -1"] + ["%sCid = %d" % (f.cname, i) for i, f in enumerate(cls.fields)]
         one_line = "  enum ChoiceId { %s };" % ", ".join(ids)
         if len(one_line) <= 100:
@@ -253,7 +254,7 @@ class Emitter:
         ints = [v for v in self.out.values if v.kind == "int"]
         if oids:
             lines.append("// Object identifiers.")
-            lines += ["extern const obAsnOid %s;  // %s" % (v.cname, v.value) for v in oids]
+            lines += ["extern NYCERT_EXPORT const obAsnOid %s;  // %s" % (v.cname, v.value) for v in oids]
             lines.append("")
         if ints:
             lines.append("// Integer values.")

@@ -55,7 +55,7 @@ class GeneratedTextTest(unittest.TestCase):
         self.assertIn('#include "gen/test/sample.h"', self.source)
 
     def test_header_declares_classes_members_and_constants(self):
-        for text in ["class obASN_Rec : public obAsnType {",
+        for text in ["class NYCERT_EXPORT obASN_Rec : public obAsnType {",
                      "  obASN_Time* Clone() const override;",
                      "  int BDecContent(obAsnReadBuf& b, obAsnTag tag, obAsnLen len, unsigned long& bytesDecoded);",
                      "  obAsnInt n;",
@@ -65,14 +65,14 @@ class GeneratedTextTest(unittest.TestCase):
                      "  enum ChoiceId { kNoChoice = -1, utcCid = 0, genCid = 1 };",
                      "  obAsnGeneralizedTime& Select_gen();",
                      "  obAsnOpt<obAsnGeneralizedTime> gen;  // [1] IMPLICIT",
-                     "class obASN_Recs : public obAsnListOf<obASN_Rec, kAsnSetNumber> {",
-                     "class obASN_Level : public obAsnInt {",
+                     "class NYCERT_EXPORT obASN_Recs : public obAsnListOf<obASN_Rec, kAsnSetNumber> {",
+                     "class NYCERT_EXPORT obASN_Level : public obAsnInt {",
                      "  static constexpr long low = 1;",
-                     "extern const obAsnOid obASN_id_root;  // 1.2.3",
+                     "extern NYCERT_EXPORT const obAsnOid obASN_id_root;  // 1.2.3",
                      "constexpr long obASN_limit = 10;",
                      "// Time ::= CHOICE { utc UTCTime, gen [1] GeneralizedTime }"]:
             self.assertIn(text, self.header)
-        self.assertLess(self.header.index("class obASN_Rec :"), self.header.index("class obASN_Recs :"))
+        self.assertLess(self.header.index("obASN_Rec :"), self.header.index("obASN_Recs :"))
 
     def test_source_decodes_encodes_and_prints_each_component(self):
         for text in ["constexpr obAsnTagDef kTagCtx0Prim{kAsnContext, 0, kAsnFormPrim};",

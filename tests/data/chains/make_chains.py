@@ -135,7 +135,7 @@ class Pki:
         return folder, config
 
     def issue(self, name, subject, issuer=None, key=None, ext=(), start=NOW - 365 * DAY,
-              end=NOW + 5 * 365 * DAY, serial=None, key_kind="rsa"):
+              end=NOW + 5 * 365 * DAY, serial=None, key_kind="rsa", dist_point=True):
         """Issues name's certificate; issuer None makes it self-signed."""
         key_path = self.keys.get(key or name, key_kind)
         csr = os.path.join(self.work, name + ".csr")
@@ -145,7 +145,7 @@ class Pki:
             f.write(serial or "%04X\n" % (0x1000 + len(self.certs)))
         ext_file = os.path.join(self.work, name + ".ext")
         lines = list(ext)
-        if issuer:
+        if issuer and dist_point:
             lines.append(f"crlDistributionPoints = URI:{self.dist_point(issuer)}")
         with open(ext_file, "w") as f:
             f.write("[v3]\n" + "\n".join(lines) + "\n")
@@ -167,7 +167,15 @@ class Pki:
         run("ca", "-batch", "-config", config, "-revoke", self.certs[name], "-keyfile", self.cert_keys[issuer],
             "-cert", self.certs[issuer])
 
-    def crl(self, issuer, this_update=NOW - DAY, next_update=NOW + 30 * DAY, crl_ext=""):
+    def crl(self, issuer, this_update=NOW - DAY, next_update=NOW + 30 * DAY, idp_uri="", extra_ext=""):
+        """issuer's CRL. Its issuing distribution point names idp_uri, by
+        default the issuer's distribution point, none when idp_uri is None;
+        extra_ext is one more extension line."""
+        if idp_uri == "":
+            idp_uri = self.dist_point(issuer)
+        lines = ["issuingDistributionPoint = critical, @idp"] if idp_uri else []
+        lines += [extra_ext] if extra_ext else []
+        crl_ext = "\n".join(lines) + ("\n[idp]\nfullname = URI:" + idp_uri if idp_uri else "")
         _, config = self._state(issuer, crl_ext)
         out = os.path.join(self.work, issuer + ".crl.pem")
         args = ["ca", "-batch", "-config", config, "-gencrl", "-out", out, "-md", "sha256",
@@ -361,6 +369,11 @@ def revocation_chain(s, name, revoke=(), ica_ext=CA_EXT, root_crl=None, ica_crl=
 def revocation_cases(s):
     p, chain, crls = revocation_chain(s, "crl_valid_three_level")
     s.case(p.case, ALL, 0, -1, chain, crls)
+    # The root names its own CRL too, so that validators that check the
+    # root's revocation as well find a CRL of the right scope.
+    p = s.pki("crl_valid_root_names_its_crl")
+    chain = three_level(p, root_ext=ROOT_EXT + ("crlDistributionPoints = URI:" + p.dist_point("root"),))
+    s.case(p.case, ALL, 0, -1, chain, [p.crl("root"), p.crl("ica")])
     s.case("crl_revocation_not_selected", PATH_SIG, 0, -1, chain)
     p, chain, crls = revocation_chain(s, "crl_ee_revoked", revoke=["ee"])
     s.case(p.case, ALL, -991, 0, chain, crls)
@@ -379,18 +392,15 @@ def revocation_cases(s):
 
     p, chain, crls = revocation_chain(s, "crl_bad_signature")
     s.case(p.case, ALL, -990, 0, chain, [crls[0], corrupt_signature(crls[1])])
-    p, chain, crls = revocation_chain(s, "crl_unhandled_critical_extension", ica_crl={"crl_ext": UNKNOWN_CRITICAL})
+    p, chain, crls = revocation_chain(s, "crl_unhandled_critical_extension", ica_crl={"extra_ext": UNKNOWN_CRITICAL})
     s.case(p.case, ALL, -990, 0, chain, crls)
 
-    def idp(uri):
-        return "issuingDistributionPoint = critical, @idp\n[idp]\nfullname = URI:" + uri
-
-    p, chain, crls = revocation_chain(s, "crl_distribution_point_matches",
-                                      ica_crl={"crl_ext": idp("http://127.0.0.1/crl_distribution_point_matches/ica.crl")})
-    s.case(p.case, ALL, 0, -1, chain, crls)
     p, chain, crls = revocation_chain(s, "crl_distribution_point_differs",
-                                      ica_crl={"crl_ext": idp("http://127.0.0.1/elsewhere/ica.crl")})
-    s.case(p.case, ALL, -990, 0, chain, crls)
+                                      ica_crl={"idp_uri": "http://127.0.0.1/elsewhere/ica.crl"})
+    s.case(p.case, ALL, -986, 0, chain, crls)
+    p, chain, crls = revocation_chain(s, "crl_without_distribution_points_found_by_issuer",
+                                      ica_crl={"idp_uri": None}, ee={"dist_point": False})
+    s.case(p.case, ALL, 0, -1, chain, crls)
 
     p, chain, crls = revocation_chain(
         s, "crl_issuer_critical_key_usage_without_crl_sign",
