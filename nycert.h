@@ -122,6 +122,11 @@
 
 #include "nycert/validate/cert_val.h"
 #include "nycert/validate/cert_validity.h"
+#include "nycert/validate/chain_expiration.h"
+#include "nycert/validate/chain_fix.h"
+#include "nycert/validate/chain_search.h"
+#include "nycert/validate/chain_sort.h"
+#include "nycert/validate/chain_user.h"
 #include "nycert/validate/crl_chain_fetch.h"
 #include "nycert/validate/name_constraints.h"
 #include "nycert/validate/ocsp_cache.h"

@@ -24,8 +24,8 @@ namespace {
 
 // The attribute's value as text, or empty when it is absent or a nested set.
 std::string TextValue(const obset& attributes, const char* name) {
-  const nyBinBuf* value = attributes.GetValue(name);
-  return value ? std::string(reinterpret_cast<const char*>(value->Data()), value->Len()) : std::string();
+  const ObBytes* value = attributes.GetValue(name);
+  return value ? std::string(value->begin(), value->end()) : std::string();
 }
 
 }  // namespace
@@ -37,8 +37,8 @@ obOcspServer* obOcspServer::CreateObject(const obset* attributes) {
     return nullptr;
   }
   obCert* cert = nullptr;
-  if (const nyBinBuf* der = attributes->GetValue("cert")) {
-    cert = obCert_Decode(der->Data(), static_cast<int>(der->Len()));
+  if (const ObBytes* der = attributes->GetValue("cert")) {
+    cert = obCert_Decode(der->data(), static_cast<int>(der->size()));
     if (!cert) {
       OB_HERROR("obOcspServer::CreateObject: the certificate does not decode");
       return nullptr;

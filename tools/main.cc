@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "ca_commands.h"
+#include "chain_command.h"
 #include "crl_db_command.h"
 #include "p12_command.h"
 #include "show_command.h"
@@ -14,6 +15,7 @@ const char kUsage[] =
     "\n"
     "Commands:\n"
     "  show      print certificates and CRLs from DER or PEM files\n"
+    "  chain     sort a bag of certificates into a chain anchored at a trusted root\n"
     "  crl-db    list, print and clean the CRL cache's database\n"
     "  genkey    make an RSA key pair\n"
     "  req       make a PKCS#10 certification request\n"
@@ -30,6 +32,7 @@ struct Command {
 
 const Command kCommands[] = {
     {"show", ShowCommand},
+    {"chain", ChainCommand},
     {"crl-db", CrlDbCommand},
     {"p12", P12Command},
     {"genkey", GenkeyCommand},

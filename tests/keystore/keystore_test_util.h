@@ -18,11 +18,6 @@ struct FreePKobj {
 template <class T>
 using PKPtr = std::unique_ptr<T, FreePKobj>;
 
-// A certificate of the shared chains, by name.
-inline SignedPtr<obCert> ChainCertificate(const std::string& name) {
-  return Decoded<obCert>(SharedChainPki().Der(name));
-}
-
 // A root CA over cert (which may be null) with the given name, type and identifier.
 inline PKPtr<obRootCA> MakeRoot(const char* name, obCert* cert, ObCaType type = obCaType_Unknown,
                                 const std::string& id = "") {

@@ -4,37 +4,48 @@
 
 #include <fstream>
 
+#include "nycert/certs/cert.h"
+#include "nycert/names/obdn.h"
+
 #include <sys/stat.h>
 
 namespace {
 
-constexpr char kExtensions[] =
-    "[req]\ndistinguished_name=dn\n[dn]\n"
-    "[ca]\nbasicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign\n"
-    "subjectKeyIdentifier=hash\nauthorityKeyIdentifier=keyid\n"
-    "[ca_nokid]\nbasicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign\n"
-    "subjectKeyIdentifier=none\nauthorityKeyIdentifier=none\n"
-    "[ee]\nbasicConstraints=CA:FALSE\nkeyUsage=critical,digitalSignature\n"
-    "subjectKeyIdentifier=hash\nauthorityKeyIdentifier=keyid\n"
-    "[ee_nokid]\nbasicConstraints=CA:FALSE\nkeyUsage=critical,digitalSignature\n"
-    "subjectKeyIdentifier=none\nauthorityKeyIdentifier=none\n";
+// The extension lines of a certificate.
+std::string ExtensionLines(const ChainCert& spec) {
+  std::string lines = spec.ca ? "basicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign\n"
+                              : "basicConstraints=CA:FALSE\nkeyUsage=critical,digitalSignature\n";
+  switch (spec.keyIds) {
+    case KeyIds::kBoth:
+      lines += "subjectKeyIdentifier=hash\nauthorityKeyIdentifier=keyid\n";
+      break;
+    case KeyIds::kNone:
+      lines += "subjectKeyIdentifier=none\nauthorityKeyIdentifier=none\n";
+      break;
+    case KeyIds::kIssuerSerial:
+      lines += "subjectKeyIdentifier=none\nauthorityKeyIdentifier=issuer:always\n";
+      break;
+  }
+  return lines + spec.extra + "\n";
+}
 
 }  // namespace
 
 const Bytes& ChainPki::Make(const std::string& name, const ChainCert& spec) {
-  if (certs_.empty()) std::ofstream(dir_ + "/chain.cnf") << kExtensions;
+  std::ofstream(dir_ + "/" + name + ".cnf") << "[req]\ndistinguished_name=dn\n[dn]\n[v3]\n" << ExtensionLines(spec);
   std::string key = CachedKey(2048, spec.key);
-  std::string section = std::string(spec.ca ? "ca" : "ee") + (spec.keyIds ? "" : "_nokid");
-  std::string common = " -days 3650 -sha256 -set_serial " + std::to_string(++serial_) + " -out " + name + ".pem";
+  std::string config = " -config " + name + ".cnf";
+  std::string common = " -days " + std::to_string(spec.days) + " -sha256 -set_serial " + std::to_string(++serial_) +
+                       " -out " + name + ".pem";
   if (spec.issuer.empty()) {
-    EXPECT_TRUE(Openssl(dir(), "req -x509 -new -key " + key + " -subj \"" + spec.subject +
-                                   "\" -config chain.cnf -extensions " + section + common));
+    EXPECT_TRUE(Openssl(dir(), "req -x509 -new -key " + key + " -subj \"" + spec.subject + "\"" + config +
+                                   " -extensions v3" + common));
   } else {
-    EXPECT_TRUE(Openssl(dir(), "req -new -key " + key + " -subj \"" + spec.subject + "\" -config chain.cnf -out " +
-                                   name + ".csr"));
+    EXPECT_TRUE(
+        Openssl(dir(), "req -new -key " + key + " -subj \"" + spec.subject + "\"" + config + " -out " + name + ".csr"));
     EXPECT_TRUE(Openssl(dir(), "x509 -req -in " + name + ".csr -CA " + spec.issuer + ".pem -CAkey " +
-                                   CachedKey(2048, keys_.at(spec.issuer)) + " -extfile chain.cnf -extensions " +
-                                   section + common));
+                                   CachedKey(2048, keys_.at(spec.issuer)) + " -extfile " + name + ".cnf -extensions v3" +
+                                   common));
   }
   EXPECT_TRUE(Openssl(dir(), "x509 -in " + name + ".pem -outform DER -out " + name + ".der"));
   keys_[name] = spec.key;
@@ -52,20 +63,26 @@ struct NamedCert {
 };
 
 // Bump the folder's version when this list changes.
-constexpr char kSharedFolder[] = "/chains-1";
+constexpr char kSharedFolder[] = "/chains-2";
 const NamedCert kShared[] = {
-    {"root", {"/O=Chain Test/CN=Root", "", 1}},
-    {"ca1", {"/O=Chain Test/CN=CA 1", "root", 2}},
-    {"ca2", {"/O=Chain Test/CN=CA 2", "ca1", 3}},
-    {"leaf", {"/O=Chain Test/CN=leaf.example", "ca2", 4, false}},
-    {"nk-root", {"/O=Chain Test/CN=NK Root", "", 1, true, false}},
-    {"nk-ca1", {"/O=Chain Test/CN=NK CA 1", "nk-root", 2, true, false}},
-    {"nk-ca2", {"/O=Chain Test/CN=NK CA 2", "nk-ca1", 3, true, false}},
-    {"nk-leaf", {"/O=Chain Test/CN=nk-leaf.example", "nk-ca2", 4, false, false}},
-    {"other-root", {"/O=Chain Test/CN=Other Root", "", 5}},
-    {"x-ca1", {"/O=Chain Test/CN=CA 1", "other-root", 2}},
-    {"stray", {"/O=Elsewhere/CN=Stray", "", 6}},
-    {"root-twin", {"/O=Chain Test/CN=Root", "", 7}},
+    {"root", {"/O=Chain Test/CN=Root", "", 1, true, KeyIds::kBoth, 3650, ""}},
+    {"ca1", {"/O=Chain Test/CN=CA 1", "root", 2, true, KeyIds::kBoth, 3650, ""}},
+    {"ca2", {"/O=Chain Test/CN=CA 2", "ca1", 3, true, KeyIds::kBoth, 3650, ""}},
+    {"leaf", {"/O=Chain Test/CN=leaf.example", "ca2", 4, false, KeyIds::kBoth, 400, ""}},
+    {"nk-root", {"/O=Chain Test/CN=NK Root", "", 1, true, KeyIds::kNone, 3650, ""}},
+    {"nk-ca1", {"/O=Chain Test/CN=NK CA 1", "nk-root", 2, true, KeyIds::kNone, 3650, ""}},
+    {"nk-ca2", {"/O=Chain Test/CN=NK CA 2", "nk-ca1", 3, true, KeyIds::kNone, 3650, ""}},
+    {"nk-leaf", {"/O=Chain Test/CN=nk-leaf.example", "nk-ca2", 4, false, KeyIds::kNone, 3650, ""}},
+    {"other-root", {"/O=Chain Test/CN=Other Root", "", 5, true, KeyIds::kBoth, 3650, ""}},
+    {"x-ca1", {"/O=Chain Test/CN=CA 1", "other-root", 2, true, KeyIds::kBoth, 3650, ""}},
+    {"stray", {"/O=Elsewhere/CN=Stray", "", 6, true, KeyIds::kBoth, 3650, ""}},
+    {"root-twin", {"/O=Chain Test/CN=Root", "", 7, true, KeyIds::kBoth, 3650, ""}},
+    {"own", {"/O=Chain Test/CN=own.example", "ca1", 8, false, KeyIds::kBoth, 3650, ""}},
+    {"is-ca1", {"/O=Chain Test/CN=IS CA 1", "root", 8, true, KeyIds::kIssuerSerial, 3650, ""}},
+    {"loop-a", {"/O=Chain Test/CN=Loop A", "", 9, true, KeyIds::kNone, 3650, ""}},
+    {"loop-b", {"/O=Chain Test/CN=Loop B", "loop-a", 10, true, KeyIds::kNone, 3650, ""}},
+    {"loop-a2", {"/O=Chain Test/CN=Loop A", "loop-b", 9, true, KeyIds::kNone, 3650, ""}},
+    {"upn-leaf", {"/O=Chain Test/CN=upn.example", "ca2", 8, false, KeyIds::kBoth, 3650, "subjectAltName=email:user@example.com,otherName:1.3.6.1.4.1.311.20.2.3;UTF8:user@realm.example"}},
 };
 
 }  // namespace
@@ -86,4 +103,21 @@ const ChainPki& SharedChainPki() {
     return made;
   }();
   return *pki;
+}
+
+SignedPtr<obCert> ChainCertificate(const std::string& name) { return Decoded<obCert>(SharedChainPki().Der(name)); }
+
+void AddChainCerts(obCerts& list, std::initializer_list<std::string> names) {
+  for (const std::string& name : names) list.Add(ChainCertificate(name).release());
+}
+
+std::vector<std::string> CommonNames(const obCerts& list) {
+  std::vector<std::string> names;
+  for (int i = 0; i <= list.Top(); ++i) {
+    char cn[256] = "-";
+    const obCert* cert = list.Get(i);
+    if (cert && cert->Subject()) cert->Subject()->GetCN(cn, sizeof cn);
+    names.push_back(cn);
+  }
+  return names;
 }

@@ -4,12 +4,22 @@
 #ifndef NYCERT_TESTS_SUPPORT_CHAIN_PKI_H_
 #define NYCERT_TESTS_SUPPORT_CHAIN_PKI_H_
 
+#include <initializer_list>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "support/cert_pki.h"
 
 class obCert;
+class obCerts;
+
+// Which key identifiers a certificate carries.
+enum class KeyIds {
+  kBoth,          // subject key identifier, authority key identifier by key
+  kNone,
+  kIssuerSerial,  // authority key identifier by the issuer's issuer and serial only
+};
 
 // One certificate to make.
 struct ChainCert {
@@ -17,7 +27,9 @@ struct ChainCert {
   std::string issuer;      // the name of a certificate made before; empty for self-signed
   int key = 1;             // index of the cached RSA-2048 key (certificates may share one)
   bool ca = true;
-  bool keyIds = true;      // subject and authority key identifiers, or neither
+  KeyIds keyIds = KeyIds::kBoth;
+  int days = 3650;
+  std::string extra;       // more openssl extension lines
 };
 
 class ChainPki {
@@ -46,7 +58,19 @@ class ChainPki {
 //   nk-root <- nk-ca1 <- nk-ca2 <- nk-leaf   without any
 //   other-root <- x-ca1                 x-ca1 is ca1 (same subject and key) cross-signed by other-root
 //   stray                               a self-signed certificate unrelated to the others
-// "root-twin" has root's subject but a key of its own.
+//   root <- ca1 <- own                  the holder's own certificate beside ca2
+//   root <- is-ca1                      its authority key identifier names root by issuer and serial
+//   loop-a <- loop-b <- loop-a2         loop-a2 is loop-a issued by loop-b: loop-a2 and loop-b issue each other
+//   ca2 <- upn-leaf                     with a user principal name among its alternative names
+// "root-twin" has root's subject but a key of its own; leaf expires first
+// (in 400 days).
 const ChainPki& SharedChainPki();
+
+// A certificate of the shared chains, by name.
+SignedPtr<obCert> ChainCertificate(const std::string& name);
+// Appends the shared chains' certificates called names to list.
+void AddChainCerts(obCerts& list, std::initializer_list<std::string> names);
+// The common names of the subjects in list up to its top, "-" for an empty slot.
+std::vector<std::string> CommonNames(const obCerts& list);
 
 #endif  // NYCERT_TESTS_SUPPORT_CHAIN_PKI_H_
