@@ -145,6 +145,7 @@ int OcspCheck::Step() {
 int OcspCheck::Fetch() {
   obCert* cert = chain_.Get(index_);
   for (; responder_ < responders_.size(); ++responder_) {
+    if (MsLeft() == 0) return obValidationRC_Timeout;
     const char* url = responders_[responder_].url.c_str();
     if (!*url) {
       obAuthorityInfoAccess* access = cert->AuthInfoAccess();

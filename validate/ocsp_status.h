@@ -15,9 +15,12 @@ typedef void (*obOCSP_RevocationCB)(void* context, int rc, int index);
 
 // The revocation state of chain by the OCSP responders of root: 0 when no
 // certificate is revoked, -1 when the answer comes later through callback on
-// env (within timeoutMs), else a failure code (-983 to -968, or -991) with
-// index naming the certificate at fault. OCSP is not available in this
-// build: the answer is -974 when root has no responder, else -982.
+// env (within timeoutMs), else a failure code (-983 to -968, -991 or -989)
+// with index naming the certificate at fault. Each certificate below the
+// top is asked about at the root's OCSP servers in order (with the
+// responder certificate configured for each), or at the URL of its
+// authority information access when the root names none. Without env or
+// callback the call waits for the answers itself.
 NYCERT_EXPORT int obOCSP_getRevocationState(obd_env* env, obRootCA* root, obCerts& chain, int& index,
                                             obOCSP_RevocationCB callback, void* context, long timeoutMs,
                                             const ValidateParams& params);

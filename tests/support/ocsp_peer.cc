@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "nycert/crl/validation_rc.h"
 #include "support/test_support.h"
 
 namespace {
@@ -133,6 +134,18 @@ bool PostOcsp(const std::string& url, const Bytes& request, long timeoutMs, Byte
   if (!ok || answer.compare(0, 12, "HTTP/1.0 200") != 0 || body == std::string::npos) return false;
   reply.assign(answer.begin() + static_cast<long>(body) + 4, answer.end());
   return true;
+}
+
+int PostingFetcher(void* opaque, const char* url, const unsigned char* request, int requestLen, long timeoutMs,
+                   void (*done)(void*, int, const unsigned char*, int), void* doneContext) {
+  if (opaque) ++*static_cast<int*>(opaque);
+  Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+  Bytes reply;
+  if (PostOcsp(url, Bytes(request, request + requestLen), timeoutMs, reply))
+    done(doneContext, 0, reply.data(), static_cast<int>(reply.size()));
+  else
+    done(doneContext, MsLeft(deadline) > 0 ? obValidationRC_OCSPConnect : obValidationRC_Timeout, nullptr, 0);
+  return 0;
 }
 
 std::string IndexLine(char state, const std::string& serialHex, const std::string& subject) {

@@ -51,6 +51,12 @@ class SilentServer {
 // URL and gives the reply's body; false on any failure or after timeoutMs.
 bool PostOcsp(const std::string& url, const Bytes& request, long timeoutMs, Bytes& reply);
 
+// An OCSP fetcher (obOCSP_Fetcher) that posts with PostOcsp and completes
+// before it returns (-989 when the time-out passed, else -982 on failure),
+// counting its calls in *opaque (an int) when given.
+int PostingFetcher(void* opaque, const char* url, const unsigned char* request, int requestLen, long timeoutMs,
+                   void (*done)(void*, int, const unsigned char*, int), void* doneContext);
+
 // One line of an openssl CA database: "V" (valid) or "R" (revoked) with the
 // serial in hex.
 std::string IndexLine(char state, const std::string& serialHex, const std::string& subject);

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <mutex>
 #include <thread>
@@ -25,7 +24,7 @@ namespace {
 struct HttpFetchers {
   std::mutex mutex;
   std::vector<std::thread> threads;
-  std::atomic<int> calls{0};
+  int calls = 0;  // of the fetcher that answers in the call
 
   void JoinAll() {
     std::lock_guard<std::mutex> hold(mutex);
@@ -35,24 +34,17 @@ struct HttpFetchers {
 };
 
 void Post(const std::string& url, const Bytes& request, long timeoutMs, obOCSP_FetchDoneCB done, void* ctx) {
-  Bytes reply;
-  if (PostOcsp(url, request, timeoutMs, reply))
-    done(ctx, 0, reply.data(), static_cast<int>(reply.size()));
-  else
-    done(ctx, obValidationRC_OCSPConnect, nullptr, 0);
+  PostingFetcher(nullptr, url.c_str(), request.data(), static_cast<int>(request.size()), timeoutMs, done, ctx);
 }
 
 int InCallFetcher(void* opaque, const char* url, const unsigned char* request, int len, long timeoutMs,
                   obOCSP_FetchDoneCB done, void* ctx) {
-  ++static_cast<HttpFetchers*>(opaque)->calls;
-  Post(url, Bytes(request, request + len), timeoutMs, done, ctx);
-  return 0;
+  return PostingFetcher(&static_cast<HttpFetchers*>(opaque)->calls, url, request, len, timeoutMs, done, ctx);
 }
 
 int ThreadFetcher(void* opaque, const char* url, const unsigned char* request, int len, long timeoutMs,
                   obOCSP_FetchDoneCB done, void* ctx) {
   HttpFetchers* fetchers = static_cast<HttpFetchers*>(opaque);
-  ++fetchers->calls;
   std::lock_guard<std::mutex> hold(fetchers->mutex);
   fetchers->threads.emplace_back(Post, std::string(url), Bytes(request, request + len), timeoutMs, done, ctx);
   return 0;
