@@ -7,6 +7,7 @@
 #include "crl_db_command.h"
 #include "p12_command.h"
 #include "show_command.h"
+#include "verify_command.h"
 
 namespace {
 
@@ -22,6 +23,7 @@ const char kUsage[] =
     "  sign      issue a certificate for a request\n"
     "  crl-sign  issue a CRL\n"
     "  p12       list, write, unpack and re-protect PKCS#12 key files\n"
+    "  verify    validate a certificate chain against trusted roots and CRLs\n"
     "\n"
     "Run 'nycert COMMAND --help' for a command's options.\n";
 
@@ -39,6 +41,7 @@ const Command kCommands[] = {
     {"req", ReqCommand},
     {"sign", SignCommand},
     {"crl-sign", CrlSignCommand},
+    {"verify", VerifyCommand},
 };
 
 }  // namespace

@@ -160,7 +160,8 @@ TEST(HashTableHostileKeys, ClusteredKeysSwitchTheTableToTheKeyedHash) {
   hash_destroy(t);
 }
 
-// A CRL-sized table: borrowed keys, fast building, short probe paths for hits and misses.
+// A CRL-sized table: borrowed keys and short probe paths for hits and misses; the
+// times are recorded, not asserted (bench/ measures them).
 TEST(HashTableScale, HundredThousandSerials) {
   const int kCount = 100000;
   Serials serials(kCount, 1), others(kCount, 2);
@@ -168,7 +169,6 @@ TEST(HashTableScale, HundredThousandSerials) {
   HashTable* t = hash_create_with_destr(kCount, nullptr, HASH_BORROW_KEYS);
   for (int i = 0; i < kCount; ++i) hash_insert(t, serials.Key(i), serials.len[i], Val(i + 1));
   double build_ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-  EXPECT_LT(build_ms, 250.0);  // a few ms; generous for loaded and sanitized runs
   size_t distinct = hash_count(t);
   EXPECT_GT(distinct, kCount * 9u / 10);  // random short serials repeat now and then
   HashStats stats;
@@ -182,7 +182,6 @@ TEST(HashTableScale, HundredThousandSerials) {
   for (int i = 0; i < kCount; ++i) hits += hash_lookup(t, serials.Key(i), serials.len[i]) != nullptr;
   double lookup_ns = std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count() / kCount;
   EXPECT_EQ(hits, kCount);
-  EXPECT_LT(lookup_ns, 2000.0);
   for (int i = 0; i < kCount; ++i) miss_probes += hash_probes(t, others.Key(i), others.len[i]);
   EXPECT_LT(miss_probes / kCount, 3.0);
   RecordProperty("build_ms", std::to_string(build_ms));

@@ -408,8 +408,8 @@ def revocation_cases(s):
     s.case(p.case, ALL, -992, 1, chain, crls)
 
     p, chain, crls = revocation_chain(s, "ocsp_root_without_responder")
-    s.case(p.case, ALL, -974, -1, chain, options=["ocsp=1"])
-    s.case("ocsp_root_with_responder", ALL, -982, -1, chain, options=["ocsp=1", "ocsp_server=1"])
+    s.case(p.case, ALL, -974, 1, chain, options=["ocsp=1"])
+    s.case("ocsp_root_with_responder", ALL, -982, 1, chain, options=["ocsp=1", "ocsp_server=1"])
 
 
 def main():
