@@ -1,10 +1,29 @@
 #!/usr/bin/env bash
-# Builds nycert and runs the nycert program on the bundled sample data: a
-# three-certificate chain in PEM with openssl's text around each block, and a
-# root certificate in DER.
+# Builds nycert and runs its main job on the bundled sample PKI in
+# examples/data/pki (a root, an intermediate, a good and a revoked end entity,
+# and the CRLs): four chains validated against the root and the CRLs, at a
+# fixed moment so the verdicts do not change as the samples age. Then it prints
+# a sample chain with the show command.
 set -euo pipefail
 source "$(dirname "$0")/setup.sh"
 nycert_setup
 cd "$nycert_root"
 nycert_build build/release -DCMAKE_BUILD_TYPE=Release >/dev/null
-build/release/tools/nycert show -d 2 examples/data/demo_chain.pem examples/data/demo_root.der
+nycert=build/release/tools/nycert
+pki=examples/data/pki
+
+verify() {
+  local title=$1 at=$2 chain=$3
+  echo "== $title"
+  # Exit status 1 means "not valid", which is a verdict here, not a failure.
+  "$nycert" verify --root "$pki/root.pem" --crl "$pki/crls.pem" --at "$at" "$pki/$chain" || [ $? -eq 1 ]
+  echo
+}
+
+verify "the good chain" 2026-06-01 good_chain.pem
+verify "the chain of a revoked certificate" 2026-06-01 revoked_chain.pem
+verify "a bag in the wrong order without its root (sorted and repaired)" 2026-06-01 unordered_bag.pem
+verify "the good chain after its end entity expired" 2031-06-01T12:00:00 good_chain.pem
+
+echo "== a chain in PEM with text around each block, and a root in DER"
+"$nycert" show -d 1 examples/data/demo_chain.pem examples/data/demo_root.der
