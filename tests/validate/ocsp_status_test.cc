@@ -46,6 +46,7 @@ class OcspStatusTest : public ::testing::Test {
   // and responder certificate DER, empty for none) in order.
   void MakeRoot(const std::vector<std::pair<std::string, Bytes>>& servers) {
     obCert* ca = new obCert(pki.pki.CaDer().data(), static_cast<unsigned>(pki.pki.CaDer().size()));
+    obFreePKobj(root);
     root = new obRootCA("ocsp root", ca, 0, obCaType_Internal, 0, nullptr, 0, nullptr, 0);
     obFreeSigned(ca);
     root->SetRevocationMethod(obCaRevocation_OCSP);
