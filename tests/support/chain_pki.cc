@@ -12,10 +12,10 @@
 namespace {
 
 // The extension lines of a certificate.
-std::string ExtensionLines(const ChainCert& spec) {
-  std::string lines = spec.ca ? "basicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign\n"
+std::string ExtensionLines(const ChainCert& cert) {
+  std::string lines = cert.ca ? "basicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign\n"
                               : "basicConstraints=CA:FALSE\nkeyUsage=critical,digitalSignature\n";
-  switch (spec.keyIds) {
+  switch (cert.keyIds) {
     case KeyIds::kBoth:
       lines += "subjectKeyIdentifier=hash\nauthorityKeyIdentifier=keyid\n";
       break;
@@ -26,29 +26,29 @@ std::string ExtensionLines(const ChainCert& spec) {
       lines += "subjectKeyIdentifier=none\nauthorityKeyIdentifier=issuer:always\n";
       break;
   }
-  return lines + spec.extra + "\n";
+  return lines + cert.extra + "\n";
 }
 
 }  // namespace
 
-const Bytes& ChainPki::Make(const std::string& name, const ChainCert& spec) {
-  std::ofstream(dir_ + "/" + name + ".cnf") << "[req]\ndistinguished_name=dn\n[dn]\n[v3]\n" << ExtensionLines(spec);
-  std::string key = CachedKey(2048, spec.key);
+const Bytes& ChainPki::Make(const std::string& name, const ChainCert& cert) {
+  std::ofstream(dir_ + "/" + name + ".cnf") << "[req]\ndistinguished_name=dn\n[dn]\n[v3]\n" << ExtensionLines(cert);
+  std::string key = CachedKey(2048, cert.key);
   std::string config = " -config " + name + ".cnf";
-  std::string common = " -days " + std::to_string(spec.days) + " -sha256 -set_serial " + std::to_string(++serial_) +
+  std::string common = " -days " + std::to_string(cert.days) + " -sha256 -set_serial " + std::to_string(++serial_) +
                        " -out " + name + ".pem";
-  if (spec.issuer.empty()) {
-    EXPECT_TRUE(Openssl(dir(), "req -x509 -new -key " + key + " -subj \"" + spec.subject + "\"" + config +
+  if (cert.issuer.empty()) {
+    EXPECT_TRUE(Openssl(dir(), "req -x509 -new -key " + key + " -subj \"" + cert.subject + "\"" + config +
                                    " -extensions v3" + common));
   } else {
     EXPECT_TRUE(
-        Openssl(dir(), "req -new -key " + key + " -subj \"" + spec.subject + "\"" + config + " -out " + name + ".csr"));
-    EXPECT_TRUE(Openssl(dir(), "x509 -req -in " + name + ".csr -CA " + spec.issuer + ".pem -CAkey " +
-                                   CachedKey(2048, keys_.at(spec.issuer)) + " -extfile " + name + ".cnf -extensions v3" +
+        Openssl(dir(), "req -new -key " + key + " -subj \"" + cert.subject + "\"" + config + " -out " + name + ".csr"));
+    EXPECT_TRUE(Openssl(dir(), "x509 -req -in " + name + ".csr -CA " + cert.issuer + ".pem -CAkey " +
+                                   CachedKey(2048, keys_.at(cert.issuer)) + " -extfile " + name + ".cnf -extensions v3" +
                                    common));
   }
   EXPECT_TRUE(Openssl(dir(), "x509 -in " + name + ".pem -outform DER -out " + name + ".der"));
-  keys_[name] = spec.key;
+  keys_[name] = cert.key;
   Load(name);
   return certs_[name];
 }
@@ -59,7 +59,7 @@ namespace {
 
 struct NamedCert {
   const char* name;
-  ChainCert spec;
+  ChainCert cert;
 };
 
 // Bump the folder's version when this list changes.
@@ -94,7 +94,7 @@ const ChainPki& SharedChainPki() {
       if (mkdir(scratch.c_str(), 0700) != 0) return false;
       ChainPki maker(scratch);
       for (const NamedCert& cert : kShared) {
-        if (maker.Make(cert.name, cert.spec).empty()) return false;
+        if (maker.Make(cert.name, cert.cert).empty()) return false;
       }
       return true;
     });

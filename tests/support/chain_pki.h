@@ -38,7 +38,7 @@ class ChainPki {
   explicit ChainPki(const std::string& dir) : dir_(dir) {}
 
   // Makes the certificate called name, leaving name.pem and name.der in dir.
-  const Bytes& Make(const std::string& name, const ChainCert& spec);
+  const Bytes& Make(const std::string& name, const ChainCert& cert);
   // Reads the certificate called name, made before.
   void Load(const std::string& name);
   const Bytes& Der(const std::string& name) const { return certs_.at(name); }
