@@ -1,5 +1,6 @@
 #include "nycert/platform/oserr.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <string>
@@ -10,8 +11,9 @@ int g_MsgTypeMaxThr = 0;
 
 namespace {
 
-herror_sink_fn g_herror_sink = nullptr;
-tderror_sink_fn g_tderror_sink = nullptr;
+// Diagnostics come from worker and fetcher threads too.
+std::atomic<herror_sink_fn> g_herror_sink{nullptr};
+std::atomic<tderror_sink_fn> g_tderror_sink{nullptr};
 
 // Formats into a string, dropping one trailing newline so every sink gets a bare line.
 NYCERT_PRINTF(1, 0) std::string FormatLine(const char* format, va_list args) {
@@ -30,8 +32,8 @@ NYCERT_PRINTF(1, 0) std::string FormatLine(const char* format, va_list args) {
 }
 
 void EmitPlain(const std::string& line) {
-  if (g_herror_sink) {
-    g_herror_sink(line.c_str());
+  if (herror_sink_fn sink = g_herror_sink.load()) {
+    sink(line.c_str());
   } else {
     std::fprintf(stderr, "%s\n", line.c_str());
   }
@@ -73,8 +75,8 @@ void tderrorFunc(const char* topic, int level, int, const char* format, ...) {
   std::string line = FormatLine(format, args);
   va_end(args);
   if (!topic) topic = "";
-  if (g_tderror_sink) {
-    g_tderror_sink(topic, level, line.c_str());
+  if (tderror_sink_fn sink = g_tderror_sink.load()) {
+    sink(topic, level, line.c_str());
   } else {
     std::fprintf(stderr, "[%s:%d] %s\n", topic, level, line.c_str());
   }

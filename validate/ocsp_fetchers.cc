@@ -1,6 +1,7 @@
 #include "nycert/validate/ocsp_fetchers_internal.h"
 
 #include "nycert/buffers/diag.h"
+#include "nycert/keys/pkobj.h"
 
 namespace {
 
@@ -23,6 +24,9 @@ int obOCSP_add_fetcher(obOCSP_Fetcher fetch, void* opaque) {
     return -1;
   }
   g_fetchers[g_fetcherCount++] = {fetch, opaque};
+  // Completions may come on fetcher threads and drop references to the
+  // certificates they checked: reference counts are locked from now on.
+  obPKobj::UseMutex();
   return 0;
 }
 

@@ -80,7 +80,8 @@ LookupResult Lookup(obCert* cert, int useCache = 1, const ValidateParams* params
 }
 
 // A fetcher that answers with CRLs given as DER, at once or from a thread
-// of its own after a delay, and counts its calls.
+// of its own after a delay, and counts its calls. Its threads log: a test
+// that captures diagnostics declares the capture before its fetchers.
 class TestFetcher {
  public:
   explicit TestFetcher(std::vector<Bytes> crls, int status = 0, int delayMs = -1)
@@ -241,10 +242,10 @@ TEST(CrlValidity, NoNextUpdateNeverExpires) {
 
 TEST(CrlCacheFetchers, TheEleventhIsRefusedAndFetchersRunInOrder) {
   CrlCacheSandbox sandbox;
+  DiagCapture diag;
   std::vector<std::unique_ptr<TestFetcher>> fetchers;
   for (int i = 0; i < 11; ++i) fetchers.push_back(std::make_unique<TestFetcher>(std::vector<Bytes>{}, -5));
   for (int i = 0; i < 10; ++i) fetchers[i]->Register();
-  DiagCapture diag;
   EXPECT_EQ(obCRLCache_add_fetcher(nullptr, nullptr, 0), -1);
   EXPECT_NE(obCRLCache_add_fetcher(
                 [](void*, obGeneralName*, int, obCRLFetchDone, void*) { return obFetcher_Failed; }, nullptr, 0),
@@ -263,9 +264,9 @@ TEST(CrlCacheFetchers, TheEleventhIsRefusedAndFetchersRunInOrder) {
 
 TEST(CrlCacheFetchers, KindsSelectWhichDistributionPointsAFetcherTakes) {
   CrlCacheSandbox sandbox;
+  DiagCapture diag;
   TestFetcher dnOnly({});
   dnOnly.Register(1u << obGN_directoryName);
-  DiagCapture diag;
   LookupResult r = Lookup(TestCerts().withDp.get());
   EXPECT_EQ(r.stat, obFetch_NoCRL);
   EXPECT_EQ(r.reason, obValidationRC_CRLNotRetrieved);
@@ -429,6 +430,7 @@ TEST(CrlCacheLookup, CorruptDatabaseRecordCountsAsMissingAndIsFetchedAgain) {
 
 TEST(CrlCacheFetch, CompletionFromAnotherThreadIsJudgedAndReportedOnTheEnvironment) {
   CrlCacheSandbox sandbox;
+  DiagCapture diag;
   CrlPtr stale = Crl(kSandboxNow - 86400, kSandboxNow - 3600, kDp);
   CrlPtr good = FreshCrl(kDp);
   // The first CRL handed back that passes is used: the stale one is skipped.
@@ -436,7 +438,6 @@ TEST(CrlCacheFetch, CompletionFromAnotherThreadIsJudgedAndReportedOnTheEnvironme
   fetcher.Register(1u << obGN_uniformResourceIdentifier);
   Report report;
   long id = 0;
-  DiagCapture diag;
   LookupResult r = Lookup(TestCerts().withDp.get(), 1, nullptr, Report::Take, &report, &id);
   ASSERT_EQ(r.stat, obFetch_Pending);
   EXPECT_EQ(r.reason, obValidationRC_Async);
@@ -465,13 +466,13 @@ TEST(CrlCacheFetch, CompletionFromAnotherThreadIsJudgedAndReportedOnTheEnvironme
 
 TEST(CrlCacheFetch, FailuresGiveTheMostTellingReasonAndStoreNothing) {
   CrlCacheSandbox sandbox;
+  DiagCapture diag;
   CrlPtr expired = Crl(kSandboxNow - 86400, kSandboxNow - 3600, kDp);
   TestFetcher fetcher({DerOf(*expired)}, 0, 1);
   fetcher.Register();
   TestFetcher failing({}, -7, 30);
   failing.Register();
   Report report;
-  DiagCapture diag;
   ASSERT_EQ(Lookup(TestCerts().withDp.get(), 1, nullptr, Report::Take, &report).stat, obFetch_Pending);
   ASSERT_TRUE(sandbox.RunUntil([&] { return report.calls > 0; }, 5000));
   EXPECT_EQ(report.result, obValidationRC_CRLExpired);
@@ -483,6 +484,7 @@ TEST(CrlCacheFetch, FailuresGiveTheMostTellingReasonAndStoreNothing) {
 
 TEST(CrlCacheFetch, AGoodAnswerEndsTheSearchAndLaterOnesAreAbandoned) {
   CrlCacheSandbox sandbox;
+  DiagCapture diag;
   CrlPtr good = FreshCrl(kDp);
   TestFetcher fast({DerOf(*good)}, 0, 1);
   TestFetcher slowGood({DerOf(*good)}, 0, 40);
@@ -491,7 +493,6 @@ TEST(CrlCacheFetch, AGoodAnswerEndsTheSearchAndLaterOnesAreAbandoned) {
   slowGood.Register();
   slowBad.Register();
   Report report;
-  DiagCapture diag;
   ASSERT_EQ(Lookup(TestCerts().withDp.get(), 1, nullptr, Report::Take, &report).stat, obFetch_Pending);
   ASSERT_TRUE(sandbox.RunUntil([&] { return diag.Saw("but we already got a good answer"); }, 5000));
   EXPECT_EQ(report.calls, 1);
@@ -501,12 +502,12 @@ TEST(CrlCacheFetch, AGoodAnswerEndsTheSearchAndLaterOnesAreAbandoned) {
 
 TEST(CrlCacheFetch, FetchersRunOnlyOnTheLibrarysEnvironment) {
   CrlCacheSandbox sandbox;
+  DiagCapture diag;
   TestFetcher fetcher({});
   fetcher.Register();
   obd_env* other = obd_env_create();
   obCRL* crl = nullptr;
   obValidationRC reason = obValidationRC_OK;
-  DiagCapture diag;
   EXPECT_EQ(obFetchCRL_e_With_Reason(other, &crl, nullptr, TestCerts().withDp.get(), 1, TestCerts().ca.get(),
                                      nullptr, nullptr, nullptr, nullptr, &reason),
             obFetch_NoCRL);
@@ -539,13 +540,13 @@ TEST(CrlCacheFetch, CompletionsAfterTheEnvironmentIsGoneAreDropped) {
 
 TEST(CrlCachePrefetch, AUsedCrlIsFetchedAgainBeforeItExpires) {
   CrlCacheSandbox sandbox;
+  DiagCapture diag;
   // nextUpdate 301 seconds away: the timer is due in one second.
   CrlPtr soon = Crl(kSandboxNow - 3600, kSandboxNow + 301, kDp);
   CrlPtr later = FreshCrl(kDp);
   TestFetcher first({DerOf(*soon)}, 0, 1);
   first.Register();
   Report report;
-  DiagCapture diag;
   ASSERT_EQ(Lookup(TestCerts().withDp.get(), 1, nullptr, Report::Take, &report).stat, obFetch_Pending);
   ASSERT_TRUE(sandbox.RunUntil([&] { return report.calls > 0; }, 5000));
   EXPECT_TRUE(diag.Saw("obPreFetchCRL: will prefetch 1 CRLs"));
@@ -567,11 +568,11 @@ TEST(CrlCachePrefetch, AUsedCrlIsFetchedAgainBeforeItExpires) {
 
 TEST(CrlCachePrefetch, UnusedCrlIsLeftToExpireAndFailuresAreRetried) {
   CrlCacheSandbox sandbox;
+  DiagCapture diag;
   CrlPtr soon = Crl(kSandboxNow - 3600, kSandboxNow + 301, kDp);
   TestFetcher first({DerOf(*soon)}, 0, 1);
   first.Register();
   Report report;
-  DiagCapture diag;
   ASSERT_EQ(Lookup(TestCerts().withDp.get(), 1, nullptr, Report::Take, &report).stat, obFetch_Pending);
   ASSERT_TRUE(sandbox.RunUntil([&] { return report.calls > 0; }, 5000));
   // Never used: at the timer the next check would come too late.

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,16 +22,25 @@
 
 namespace {
 
-std::vector<std::string>& Captured() {
-  static std::vector<std::string> lines;
-  return lines;
-}
+// Lines come from fetcher and worker threads too.
+std::mutex g_captured_mutex;
+std::vector<std::string> g_captured;
 int g_capture_depth = 0;
 
-void CapturePlain(const char* line) { Captured().push_back(line); }
+void Capture(std::string line) {
+  std::lock_guard<std::mutex> hold(g_captured_mutex);
+  g_captured.push_back(std::move(line));
+}
+
+void ClearCaptured() {
+  std::lock_guard<std::mutex> hold(g_captured_mutex);
+  g_captured.clear();
+}
+
+void CapturePlain(const char* line) { Capture(line); }
 
 void CaptureTopic(const char* topic, int level, const char* line) {
-  Captured().push_back(std::string("[") + topic + ":" + std::to_string(level) + "] " + line);
+  Capture(std::string("[") + topic + ":" + std::to_string(level) + "] " + line);
 }
 
 }  // namespace
@@ -38,7 +48,7 @@ void CaptureTopic(const char* topic, int level, const char* line) {
 DiagCapture::DiagCapture(bool gate_open)
     : saved_debug_(dodebugprt), saved_thr_(g_MsgTypeThr), saved_max_thr_(g_MsgTypeMaxThr) {
   ++g_capture_depth;
-  Captured().clear();
+  ClearCaptured();
   dodebugprt = 0;
   g_MsgTypeThr = gate_open ? 4 : 0;
   g_MsgTypeMaxThr = gate_open ? 4 : 0;
@@ -56,16 +66,19 @@ DiagCapture::~DiagCapture() {
   g_MsgTypeMaxThr = saved_max_thr_;
 }
 
-const std::vector<std::string>& DiagCapture::Lines() const { return Captured(); }
+std::vector<std::string> DiagCapture::Lines() const {
+  std::lock_guard<std::mutex> hold(g_captured_mutex);
+  return g_captured;
+}
 
 bool DiagCapture::Saw(const std::string& text) const {
-  for (const std::string& line : Captured()) {
+  for (const std::string& line : Lines()) {
     if (line.find(text) != std::string::npos) return true;
   }
   return false;
 }
 
-void DiagCapture::Clear() { Captured().clear(); }
+void DiagCapture::Clear() { ClearCaptured(); }
 
 int Gated(const std::function<int()>& op, const std::string& message) {
   int open_result, shut_result;

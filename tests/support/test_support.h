@@ -19,7 +19,8 @@ class DiagCapture {
   DiagCapture(const DiagCapture&) = delete;
   DiagCapture& operator=(const DiagCapture&) = delete;
 
-  const std::vector<std::string>& Lines() const;
+  // A copy of the lines captured so far.
+  std::vector<std::string> Lines() const;
   // Whether any captured line contains text.
   bool Saw(const std::string& text) const;
   void Clear();

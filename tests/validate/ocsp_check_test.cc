@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <thread>
 
@@ -20,20 +21,39 @@
 namespace {
 
 // Fetchers over the test's HTTP client: one answers before it returns, the
-// other from a thread of its own.
+// other from a thread of its own, which waits while held: an answer that
+// came before the check returned would be given at once.
 struct HttpFetchers {
   std::mutex mutex;
+  std::condition_variable released;
+  bool held = false;
   std::vector<std::thread> threads;
   int calls = 0;  // of the fetcher that answers in the call
 
+  void Hold(bool hold) {
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+      held = hold;
+    }
+    released.notify_all();
+  }
+
   void JoinAll() {
-    std::lock_guard<std::mutex> hold(mutex);
-    for (std::thread& t : threads) t.join();
-    threads.clear();
+    std::vector<std::thread> running;
+    {
+      std::lock_guard<std::mutex> lock(mutex);
+      running.swap(threads);
+    }
+    for (std::thread& t : running) t.join();
   }
 };
 
-void Post(const std::string& url, const Bytes& request, long timeoutMs, obOCSP_FetchDoneCB done, void* ctx) {
+void Post(HttpFetchers* fetchers, const std::string& url, const Bytes& request, long timeoutMs,
+          obOCSP_FetchDoneCB done, void* ctx) {
+  {
+    std::unique_lock<std::mutex> lock(fetchers->mutex);
+    fetchers->released.wait(lock, [fetchers] { return !fetchers->held; });
+  }
   PostingFetcher(nullptr, url.c_str(), request.data(), static_cast<int>(request.size()), timeoutMs, done, ctx);
 }
 
@@ -46,7 +66,8 @@ int ThreadFetcher(void* opaque, const char* url, const unsigned char* request, i
                   obOCSP_FetchDoneCB done, void* ctx) {
   HttpFetchers* fetchers = static_cast<HttpFetchers*>(opaque);
   std::lock_guard<std::mutex> hold(fetchers->mutex);
-  fetchers->threads.emplace_back(Post, std::string(url), Bytes(request, request + len), timeoutMs, done, ctx);
+  fetchers->threads.emplace_back(Post, fetchers, std::string(url), Bytes(request, request + len), timeoutMs, done,
+                                 ctx);
   return 0;
 }
 
@@ -93,7 +114,9 @@ class OcspCheckTest : public ::testing::Test {
   // Starts an asynchronous check and runs the environment until its callback.
   int CheckAsync(const Bytes& der, const std::vector<obOcspResponder>& responders, long timeoutMs) {
     obCerts chain = Chain(der);
+    fetchers.Hold(true);
     int rc = obOcspCheckChain(env, responders, chain, index, Record, &outcome, timeoutMs, ValidateParams());
+    fetchers.Hold(false);
     auto give_up = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs + 5000);
     while (rc == -1 && outcome.calls == 0 && std::chrono::steady_clock::now() < give_up)
       obd_env_run_once(env, 50);
