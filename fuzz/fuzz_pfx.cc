@@ -29,7 +29,7 @@ bool SameBags(const obP12Contents& a, const obP12Contents& b) {
 bool NamesWritable(const obP12Contents& contents) {
   nyBinBuf bmp;
   for (const obP12Bag& bag : contents.bags) {
-    if (obPKCS12_pass2bmp(bag.friendlyName.c_str(), bmp, false) < 0) return false;
+    if (obPKCS12_pass2bmp(bag.friendlyName.data(), bag.friendlyName.size(), bmp, false) < 0) return false;
   }
   return true;
 }

@@ -89,4 +89,18 @@ TEST(Pkcs12WriteFresh, SaltsDifferFromFileToFile) {
   EXPECT_FALSE(a == b);
 }
 
+// Names read from a file go back unchanged, U+0000 included.
+TEST(Pkcs12WriteNames, NamesHoldingZeroCharactersComeBackWhole) {
+  obP12Contents contents = LeafContents();
+  const std::string names[] = {std::string("\0", 1), std::string("s\x07\0d", 4), std::string("\0\0\xE1\x81\xA5", 5)};
+  for (size_t i = 0; i < contents.bags.size(); ++i) contents.bags[i].friendlyName = names[i % 3];
+  nyBinBuf out;
+  obString why;
+  ASSERT_EQ(0, obP12_Encode(contents, "same-pass", obP12WriteOptions(), out, why)) << why.getstr();
+  obP12Contents again;
+  ASSERT_EQ(0, obP12_Decode(out.Data(), out.Len(), "same-pass", again, why)) << why.getstr();
+  ASSERT_EQ(contents.bags.size(), again.bags.size());
+  for (size_t i = 0; i < again.bags.size(); ++i) EXPECT_EQ(contents.bags[i].friendlyName, again.bags[i].friendlyName);
+}
+
 }  // namespace
