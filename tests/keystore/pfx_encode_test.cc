@@ -89,11 +89,14 @@ TEST(Pkcs12WriteFresh, SaltsDifferFromFileToFile) {
   EXPECT_FALSE(a == b);
 }
 
-// Names read from a file go back unchanged, U+0000 included.
-TEST(Pkcs12WriteNames, NamesHoldingZeroCharactersComeBackWhole) {
+// Names read from a file go back unchanged, U+0000 and characters beyond
+// the BMP included.
+TEST(Pkcs12WriteNames, UnusualCharactersComeBackWhole) {
   obP12Contents contents = LeafContents();
-  const std::string names[] = {std::string("\0", 1), std::string("s\x07\0d", 4), std::string("\0\0\xE1\x81\xA5", 5)};
-  for (size_t i = 0; i < contents.bags.size(); ++i) contents.bags[i].friendlyName = names[i % 3];
+  const std::string names[] = {std::string("\0", 1), std::string("s\x07\0d", 4),
+                               std::string("\0\xE1\x81\xA5\xF0\x9F\x98\x80", 8)};
+  ASSERT_EQ(3u, contents.bags.size());
+  for (size_t i = 0; i < contents.bags.size(); ++i) contents.bags[i].friendlyName = names[i];
   nyBinBuf out;
   obString why;
   ASSERT_EQ(0, obP12_Encode(contents, "same-pass", obP12WriteOptions(), out, why)) << why.getstr();
