@@ -1,7 +1,9 @@
 #include "tool_input.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 #include <iterator>
 
@@ -67,4 +69,19 @@ bool ParseDetailOption(const std::string& text, obCertHerrorDetails& details) {
   if (text.size() != 1 || text[0] < '1' || text[0] > '3') return false;
   details = static_cast<obCertHerrorDetails>(text[0] - '0');
   return true;
+}
+
+bool ParseTimeOption(const std::string& text, long& seconds) {
+  char* end = nullptr;
+  long value = std::strtol(text.c_str(), &end, 10);
+  if (!text.empty() && *end == '\0') {
+    seconds = value;
+    return value > 0;
+  }
+  struct tm tm = {};
+  const char* rest = strptime(text.c_str(), "%Y-%m-%d", &tm);
+  if (rest && *rest == 'T') rest = strptime(rest + 1, "%H:%M:%S", &tm);
+  if (!rest || *rest != '\0') return false;
+  seconds = static_cast<long>(timegm(&tm));
+  return seconds > 0;
 }
