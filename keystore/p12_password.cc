@@ -70,9 +70,13 @@ int Check_PKCS12_password(const char* password, obString& message) {
 }
 
 int obPKCS12_pass2bmp(const char* text, nyBinBuf& bmp, bool terminated) {
+  return text ? obPKCS12_pass2bmp(text, std::strlen(text), bmp, terminated) : -1;
+}
+
+int obPKCS12_pass2bmp(const char* text, size_t len, nyBinBuf& bmp, bool terminated) {
   if (!text) return -1;
   obAsnBytes out;
-  if (obAsnUtf8ToBmp(reinterpret_cast<const unsigned char*>(text), std::strlen(text), out) < 0) return -1;
+  if (obAsnUtf8ToUtf16(reinterpret_cast<const unsigned char*>(text), len, out) < 0) return -1;
   bmp.Set(static_cast<unsigned>(out.size() + (terminated ? 2 : 0)));
   if (out.size()) std::memcpy(bmp.Data(), out.data(), out.size());
   if (terminated) bmp.Data()[out.size()] = bmp.Data()[out.size() + 1] = 0;

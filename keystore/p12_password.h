@@ -6,6 +6,7 @@
 #ifndef NYCERT_KEYSTORE_P12_PASSWORD_H_
 #define NYCERT_KEYSTORE_P12_PASSWORD_H_
 
+#include <cstddef>
 #include <vector>
 
 #include "nycert/buffers/nybinbuf.h"
@@ -18,9 +19,13 @@
 NYCERT_EXPORT int Check_PKCS12_password(const char* password, obString& message);
 
 // The BMP form of UTF-8 text, with the zero terminator when terminated
-// (passwords) or without (friendly names): 0, or -1 for malformed UTF-8 or
-// a character beyond the BMP.
+// (passwords) or without (friendly names), characters beyond the BMP as
+// surrogate pairs: 0, or -1 for malformed UTF-8.
 NYCERT_EXPORT int obPKCS12_pass2bmp(const char* text, nyBinBuf& bmp, bool terminated);
+
+// The same for len octets of text, which may hold U+0000: a friendly name
+// read from a file is written back whole.
+NYCERT_EXPORT int obPKCS12_pass2bmp(const char* text, size_t len, nyBinBuf& bmp, bool terminated);
 
 // Overwrites a buffer's octets in a way the compiler keeps.
 void obP12Wipe(nyBinBuf& buf);

@@ -34,7 +34,7 @@ int SetAttributes(const obP12Bag& bag, obASN_SafeBag& out, obString& why) {
   std::vector<obASN_PKCS12Attribute> attributes;
   if (!bag.friendlyName.empty()) {
     nyBinBuf bmp;
-    if (obPKCS12_pass2bmp(bag.friendlyName.c_str(), bmp, false) < 0) {
+    if (obPKCS12_pass2bmp(bag.friendlyName.data(), bag.friendlyName.size(), bmp, false) < 0) {
       why = "obName_2Bag name to bmpname using obPKCS12_pass2bmp";
       return -1;
     }

@@ -63,6 +63,37 @@ void AppendUtf8(std::string& out, unsigned long c) {
   for (unsigned k = follow; k-- > 0;) out += static_cast<char>(0x80 | ((c >> (6 * k)) & 0x3F));
 }
 
+void AppendUnit(obAsnBytes& out, unsigned long unit) {
+  unsigned char octets[2] = {static_cast<unsigned char>(unit >> 8), static_cast<unsigned char>(unit)};
+  out.Append(octets, 2);
+}
+
+// Big-endian 16-bit units of UTF-8 text; characters beyond U+FFFF become
+// surrogate pairs when pairs is set and fail otherwise.
+int Utf8ToUnits(const unsigned char* p, unsigned long n, bool pairs, const char* caller, obAsnBytes& out) {
+  out.Clear();
+  unsigned long c;
+  for (unsigned long i = 0; i < n;) {
+    unsigned long at = i;
+    if (!NextUtf8(p, n, &i, &c)) {
+      OB_HERROR("%s: malformed UTF-8 at offset %lu", caller, at);
+      out.Clear();
+      return -1;
+    }
+    if (c <= kBmpMax) {
+      AppendUnit(out, c);
+    } else if (pairs) {
+      AppendUnit(out, 0xD800 + ((c - 0x10000) >> 10));
+      AppendUnit(out, 0xDC00 + ((c - 0x10000) & 0x3FF));
+    } else {
+      OB_HERROR("%s: U+%lX at offset %lu is beyond the BMP", caller, c, at);
+      out.Clear();
+      return -1;
+    }
+  }
+  return 0;
+}
+
 }  // namespace
 
 int obAsnUtf8Valid(const unsigned char* p, unsigned long n) {
@@ -118,22 +149,9 @@ int obAsnUniversalToUtf8(const unsigned char* p, unsigned long n, std::string& u
 }
 
 int obAsnUtf8ToBmp(const unsigned char* p, unsigned long n, obAsnBytes& bmp) {
-  bmp.Clear();
-  unsigned long c;
-  for (unsigned long i = 0; i < n;) {
-    unsigned long at = i;
-    if (!NextUtf8(p, n, &i, &c)) {
-      OB_HERROR("obAsnUtf8ToBmp: malformed UTF-8 at offset %lu", at);
-      bmp.Clear();
-      return -1;
-    }
-    if (c > kBmpMax) {
-      OB_HERROR("obAsnUtf8ToBmp: U+%lX at offset %lu is beyond the BMP", c, at);
-      bmp.Clear();
-      return -1;
-    }
-    unsigned char pair[2] = {static_cast<unsigned char>(c >> 8), static_cast<unsigned char>(c)};
-    bmp.Append(pair, 2);
-  }
-  return 0;
+  return Utf8ToUnits(p, n, false, "obAsnUtf8ToBmp", bmp);
+}
+
+int obAsnUtf8ToUtf16(const unsigned char* p, unsigned long n, obAsnBytes& bmp) {
+  return Utf8ToUnits(p, n, true, "obAsnUtf8ToUtf16", bmp);
 }

@@ -31,5 +31,9 @@ NYCERT_EXPORT int obAsnUniversalToUtf8(const unsigned char* p, unsigned long n, 
 // BMPString content of UTF-8 text; malformed UTF-8 or a character beyond
 // U+FFFF (which UCS-2 cannot hold) fails. 0, or -1.
 NYCERT_EXPORT int obAsnUtf8ToBmp(const unsigned char* p, unsigned long n, obAsnBytes& bmp);
+// The same with characters beyond U+FFFF as UTF-16 surrogate pairs, as
+// PKCS #12 writers put them in passwords and friendly names; what
+// obAsnBmpToUtf8 reads back as the same text. 0, or -1 for malformed UTF-8.
+NYCERT_EXPORT int obAsnUtf8ToUtf16(const unsigned char* p, unsigned long n, obAsnBytes& bmp);
 
 #endif  // NYCERT_ASN1_RUNTIME_ASN_UNICODE_H_

@@ -43,7 +43,11 @@ TEST(Pkcs12PasswordForms, BmpFormsInOrder) {
   EXPECT_EQ("00 61 00 62 00 E4 00 00", ToHex(bmp));
   ASSERT_EQ(0, obPKCS12_pass2bmp("ab", bmp, false));
   EXPECT_EQ("00 61 00 62", ToHex(bmp));
-  EXPECT_EQ(-1, obPKCS12_pass2bmp("\xF0\x9F\x98\x80", bmp, true));
+  ASSERT_EQ(0, obPKCS12_pass2bmp("\xF0\x9F\x98\x80", bmp, true));
+  EXPECT_EQ("D8 3D DE 00 00 00", ToHex(bmp));
+  EXPECT_EQ(-1, obPKCS12_pass2bmp("\xED\xA0\x80", bmp, true));
+  ASSERT_EQ(0, obPKCS12_pass2bmp("a\0b\0", 4, bmp, false));
+  EXPECT_EQ("00 61 00 00 00 62 00 00", ToHex(bmp));
 
   auto forms = obP12PasswordForms("p\xC3\xA4");
   ASSERT_EQ(2u, forms.size());

@@ -90,6 +90,8 @@ TEST(Pkcs12ReadPasswords, EmptyAndNonAscii) {
   ExpectLeafAndCa("empty_legacy.p12", nullptr);
   ASSERT_TRUE(files.Export("utf8.p12", "-legacy -passout pass:p\xC3\xA4ssw\xC3\xB6rd"));
   ExpectLeafAndCa("utf8.p12", "p\xC3\xA4ssw\xC3\xB6rd");
+  ASSERT_TRUE(files.Export("astral.p12", "-passout pass:\xF0\x9F\x98\x80-pass"));
+  ExpectLeafAndCa("astral.p12", "\xF0\x9F\x98\x80-pass");
 }
 
 TEST(Pkcs12ReadPasswords, WrongPasswordIsReportedAsSuch) {

@@ -89,4 +89,21 @@ TEST(Pkcs12WriteFresh, SaltsDifferFromFileToFile) {
   EXPECT_FALSE(a == b);
 }
 
+// Names read from a file go back unchanged, U+0000 and characters beyond
+// the BMP included.
+TEST(Pkcs12WriteNames, UnusualCharactersComeBackWhole) {
+  obP12Contents contents = LeafContents();
+  const std::string names[] = {std::string("\0", 1), std::string("s\x07\0d", 4),
+                               std::string("\0\xE1\x81\xA5\xF0\x9F\x98\x80", 8)};
+  ASSERT_EQ(3u, contents.bags.size());
+  for (size_t i = 0; i < contents.bags.size(); ++i) contents.bags[i].friendlyName = names[i];
+  nyBinBuf out;
+  obString why;
+  ASSERT_EQ(0, obP12_Encode(contents, "same-pass", obP12WriteOptions(), out, why)) << why.getstr();
+  obP12Contents again;
+  ASSERT_EQ(0, obP12_Decode(out.Data(), out.Len(), "same-pass", again, why)) << why.getstr();
+  ASSERT_EQ(contents.bags.size(), again.bags.size());
+  for (size_t i = 0; i < again.bags.size(); ++i) EXPECT_EQ(contents.bags[i].friendlyName, again.bags[i].friendlyName);
+}
+
 }  // namespace
