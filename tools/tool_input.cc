@@ -1,6 +1,7 @@
 #include "tool_input.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -66,5 +67,13 @@ bool ParseToolObjects(const std::vector<unsigned char>& bytes, std::vector<ToolO
 bool ParseDetailOption(const std::string& text, obCertHerrorDetails& details) {
   if (text.size() != 1 || text[0] < '1' || text[0] > '3') return false;
   details = static_cast<obCertHerrorDetails>(text[0] - '0');
+  return true;
+}
+
+bool ParseSecondsOption(const std::string& text, long& seconds) {
+  char* end = nullptr;
+  long value = std::strtol(text.c_str(), &end, 10);
+  if (text.empty() || *end != '\0' || value < 1 || value > 3600) return false;
+  seconds = value;
   return true;
 }
