@@ -7,6 +7,7 @@
 // arrival order; the search is freed when its last reference goes, whatever
 // the order of completions, drops and flushes.
 #include <atomic>
+#include <climits>
 #include <memory>
 #include <mutex>
 
@@ -83,11 +84,14 @@ void FreeCompletion(void* arg) {
   delete completion;
 }
 
-// Reports the outcome once; the search is locked.
-void Finish(Search* search, int result) {
-  if (search->reported) return;
+constexpr int kNoReport = INT_MIN;
+
+// Marks the search reported and gives the result to report, or kNoReport
+// when it was reported before; the search is locked.
+int Finish(Search* search, int result) {
+  if (search->reported) return kNoReport;
   search->reported = true;
-  if (search->request.finished) search->request.finished(result, search->id);
+  return result;
 }
 
 // Caches the first CRL of crls that passes every check: whether one did.
@@ -119,6 +123,7 @@ void Judge(void* arg) {
   Completion* c = static_cast<Completion*>(arg);
   Search* search = c->call->search;
   const char* me = search->me;
+  int report = kNoReport;
   {
     std::lock_guard<std::mutex> hold(search->mutex);
     --search->ongoing;
@@ -131,9 +136,9 @@ void Judge(void* arg) {
         search->answered = true;
         CrlCacheCounters& stats = CrlCacheStats();
         (search->request.prefetch ? stats.prefetchSuccessfulAsyncFetch : stats.successfulAsyncFetch)++;
-        Finish(search, 1);
+        report = Finish(search, 1);
       } else if (search->ongoing == 0) {
-        Finish(search, search->request.reason);
+        report = Finish(search, search->request.reason);
       }
     } else if (search->answered) {
       CRLCACHE_TRACE("%s: Fetch failed (error %d), but we already got a good answer. Abandoning this fetch.", me,
@@ -144,9 +149,12 @@ void Judge(void* arg) {
     } else {
       CRLCACHE_TRACE("%s: Fetch Failed (error %d), and this was the last fetch. This fetch will be processed.", me,
                      c->status);
-      Finish(search, search->request.reason);
+      report = Finish(search, search->request.reason);
     }
   }
+  // Reported unlocked: the report may start new searches or end a validation
+  // that holds locks of its own.
+  if (report != kNoReport && search->request.finished) search->request.finished(report, search->id);
   FreeCompletion(c);
 }
 

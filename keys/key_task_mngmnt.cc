@@ -9,6 +9,7 @@
 
 #include "nycert/buffers/diag.h"
 #include "nycert/keys/key_task_internal.h"
+#include "nycert/keys/pkobj.h"
 #include "nycert/platform/cpu_count.h"
 #include "nycert/platform/registry.h"
 #include "nycert/platform/rtapc.h"
@@ -95,6 +96,11 @@ int StartPool(Manager& m, obd_env* env, int threads) {
     return 0;
   }
   OB_HERROR("%s: set %d working threads.", kFn, threads);
+  // Workers take and drop references on the keys they use.
+  if (obPKobj::UseMutex() != 0) {
+    Failed(kFn, "Internal problem, failed to create the key mutex.");
+    return -1;
+  }
   RTComm* comm = RTComm_create(env);
   if (!comm) {
     Failed(kFn, "Internal problem, failed to create RTComm.");

@@ -1,16 +1,22 @@
 #!/usr/bin/env bash
-# Builds nycert and runs its main job on the bundled sample PKI in
-# examples/data/pki (a root, an intermediate, a good and a revoked end entity,
-# and the CRLs): four chains validated against the root and the CRLs, at a
-# fixed moment so the verdicts do not change as the samples age. Then it prints
-# a sample chain with the show command.
+# Builds nycert and runs its main job: makes a sample PKI with the nycert
+# program (a root, an intermediate, a good and a revoked end entity, and the
+# CRLs), then validates four chains against the root and the CRLs, at a fixed
+# moment so the verdicts do not change as the samples age. Then it prints a
+# sample chain with the show command.
 set -euo pipefail
 source "$(dirname "$0")/setup.sh"
 nycert_setup
 cd "$nycert_root"
 nycert_build build/release -DCMAKE_BUILD_TYPE=Release >/dev/null
 nycert=build/release/tools/nycert
-pki=examples/data/pki
+pki=$(mktemp -d)
+trap 'rm -rf "$pki"' EXIT
+
+echo "== making the sample PKI with nycert in $pki"
+bash examples/make_demo_pki.sh "$nycert" "$pki"
+ls "$pki"
+echo
 
 verify() {
   local title=$1 at=$2 chain=$3

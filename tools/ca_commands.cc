@@ -6,6 +6,7 @@
 
 #include "ca_commands.h"
 #include "ca_input.h"
+#include "tool_input.h"
 #include "nycert/asn1/modules/pkix1_implicit.h"
 #include "nycert/asn1/runtime/asn_int.h"
 #include "nycert/certs/basic_constraint.h"
@@ -16,6 +17,7 @@
 #include "nycert/certs/issuer_key_id.h"
 #include "nycert/certs/key_usage.h"
 #include "nycert/crl/crl_encoder.h"
+#include "nycert/crl/issuing_dp.h"
 #include "nycert/enroll/cert_template.h"
 #include "nycert/enroll/pkcs10.h"
 #include "nycert/keys/pubkey.h"
@@ -27,11 +29,12 @@
 namespace {
 
 const char kSignUsage[] =
-    "usage: nycert sign [--ca-cert FILE] --ca-key FILE --csr CSR --days N [--serial N]\n"
-    "                   [--ca [--path-len N]] [--crl-url URL] [--digest sha256] -o CERT\n"
+    "usage: nycert sign [--ca-cert FILE] --ca-key FILE --csr CSR --days N [--start TIME]\n"
+    "                   [--serial N] [--ca [--path-len N]] [--crl-url URL] [--digest sha256]\n"
+    "                   -o CERT\n"
     "\n"
     "Issues a certificate for the PKCS#10 request CSR (DER or PEM; its signature\n"
-    "must verify), valid from now for N days, signed with the CA's key. Without\n"
+    "must verify), valid for N days from now or TIME, signed with the CA's key. Without\n"
     "--ca-cert the certificate is self-signed: CSR must be signed by the CA key.\n"
     "\n"
     "The certificate carries the requested subject alternative names and extended\n"
@@ -39,6 +42,7 @@ const char kSignUsage[] =
     "usage (both critical), subject and authority key identifiers, and with\n"
     "--crl-url a CRL distribution point.\n"
     "\n"
+    "  --start TIME   seconds since 1970, or YYYY-MM-DD[THH:MM:SS] in UTC\n"
     "  --serial N     decimal or 0x-hex; a random 64-bit serial when left out\n"
     "  --ca           a CA certificate (certificate and CRL signing), else an end\n"
     "                 entity (digital signature, key encipherment)\n"
@@ -46,14 +50,18 @@ const char kSignUsage[] =
 
 const char kCrlSignUsage[] =
     "usage: nycert crl-sign --ca-cert FILE --ca-key FILE [--revoke SERIAL[:REASON]]...\n"
-    "                       --days N [--number N] [--digest sha256] -o CRL\n"
+    "                       --days N [--start TIME] [--number N] [--dp URL] [--digest sha256]\n"
+    "                       -o CRL\n"
     "\n"
-    "Writes a version-2 CRL of the CA, issued now and due again in N days, listing\n"
-    "each revoked serial (decimal or 0x-hex) as revoked now, with a reason when\n"
+    "Writes a version-2 CRL of the CA, issued now (or at TIME: seconds since 1970,\n"
+    "or YYYY-MM-DD[THH:MM:SS] in UTC) and due again N days later, listing each\n"
+    "revoked serial (decimal or 0x-hex) as revoked then, with a reason when\n"
     "given one: unspecified, keyCompromise, cACompromise, affiliationChanged,\n"
     "superseded, cessationOfOperation, certificateHold, removeFromCRL,\n"
     "privilegeWithdrawn or aACompromise. The CRL number is N, or the time in\n"
-    "seconds when left out, so later CRLs get larger numbers.\n";
+    "seconds when left out, so later CRLs get larger numbers. With --dp the CRL\n"
+    "names URL, where it is published, as its (critical) issuing distribution\n"
+    "point: certificates that give URL as their distribution point find it there.\n";
 
 using KeyPtr = std::unique_ptr<obPubKey, void (*)(obPubKey*)>;
 struct CertFree {
@@ -81,6 +89,10 @@ obAsnInt RandomSerial() {
   return serial;
 }
 
+obGeneralName* UriName(const std::string& uri) {
+  return new obGeneralName(obGN_uniformResourceIdentifier, uri.c_str(), static_cast<int>(uri.size()));
+}
+
 // What the CA writes beside the subject and key it takes from the request.
 struct IssueOptions {
   bool ca = false;
@@ -103,8 +115,7 @@ int AddIssuedExtensions(obCertTemplate& t, const obCertTemplate& request, const 
   t.AddExtension(obASN_id_ce_authorityKeyIdentifier, 0, authorityKeyId);
   if (!options.crlUrl.empty()) {
     obGeneralNames names;
-    names.Add(new obGeneralName(obGN_uniformResourceIdentifier, options.crlUrl.c_str(),
-                                static_cast<int>(options.crlUrl.size())));
+    names.Add(UriName(options.crlUrl));
     t.AddExtension(obASN_id_ce_cRLDistributionPoints, 0, obExtGN(names, obExtGN_CRLDistributionPoints));
   }
   return 0;
@@ -132,8 +143,8 @@ bool ParseReason(const std::string& text, obCRLReason& out) {
 int SignCommand(int argc, char** argv) {
   ToolArgs args;
   std::string error;
-  if (!args.Parse(argc, argv, {"--ca-cert", "--ca-key", "--csr", "--days", "--serial", "--path-len", "--crl-url",
-                               "--digest", "-o"},
+  if (!args.Parse(argc, argv, {"--ca-cert", "--ca-key", "--csr", "--days", "--start", "--serial", "--path-len",
+                               "--crl-url", "--digest", "-o"},
                   {"--ca"}, error))
     return Usage("sign", kSignUsage, error);
   if (args.Help()) return std::fputs(kSignUsage, stdout) < 0 ? 1 : 0;
@@ -146,6 +157,10 @@ int SignCommand(int argc, char** argv) {
   ob_md_type md = ob_md_sha256;
   obAsnInt serial = RandomSerial();
   if (!ParseNumber(args.Get("--days"), 1, 36500, days)) return Usage("sign", kSignUsage, "--days takes 1 to 36500");
+  long start = ob_time_now();
+  bool fixedStart = args.Has("--start");
+  if (fixedStart && !ParseTimeOption(args.Get("--start"), start))
+    return Usage("sign", kSignUsage, "not a time: " + args.Get("--start"));
   if (args.Has("--serial") && !ParseSerial(args.Get("--serial"), serial))
     return Usage("sign", kSignUsage, "not a serial number: " + args.Get("--serial"));
   if (args.Has("--path-len") && (!options.ca || !ParseNumber(args.Get("--path-len"), 0, 100, options.pathLen)))
@@ -175,12 +190,11 @@ int SignCommand(int argc, char** argv) {
   if (!authorityKeyId) return Failed("sign", "no key identifier for the CA");
 
   obCertTemplate t;
-  long now = ob_time_now();
   t.SetSerialNum(serial);
   t.SetIssuer(caCert ? *caCert->Subject() : *request.Subject());
   t.SetSubject(*request.Subject());
-  t.SetNotBefore(now - 300);  // a little slack for clocks behind ours
-  t.SetNotAfter(now + days * 86400);
+  t.SetNotBefore(fixedStart ? start : start - 300);  // from now: a little slack for clocks behind ours
+  t.SetNotAfter(start + days * 86400);
   t.SetKey(request.PubKey());
   AddIssuedExtensions(t, request, options, *authorityKeyId);
   nyBinBuf der;
@@ -191,16 +205,20 @@ int SignCommand(int argc, char** argv) {
 int CrlSignCommand(int argc, char** argv) {
   ToolArgs args;
   std::string error;
-  if (!args.Parse(argc, argv, {"--ca-cert", "--ca-key", "--revoke", "--days", "--number", "--digest", "-o"}, {},
-                  error))
+  if (!args.Parse(argc, argv, {"--ca-cert", "--ca-key", "--revoke", "--days", "--start", "--number", "--dp", "--digest",
+                               "-o"},
+                  {}, error))
     return Usage("crl-sign", kCrlSignUsage, error);
   if (args.Help()) return std::fputs(kCrlSignUsage, stdout) < 0 ? 1 : 0;
   if (!args.Has("--ca-cert") || !args.Has("--ca-key") || !args.Has("--days") || !args.Has("-o"))
     return Usage("crl-sign", kCrlSignUsage, "--ca-cert, --ca-key, --days and -o are required");
-  long days, now = ob_time_now(), number = now;
+  long days, issued = ob_time_now(), number = 0;
   ob_md_type md = ob_md_sha256;
   if (!ParseNumber(args.Get("--days"), 1, 36500, days))
     return Usage("crl-sign", kCrlSignUsage, "--days takes 1 to 36500");
+  if (args.Has("--start") && !ParseTimeOption(args.Get("--start"), issued))
+    return Usage("crl-sign", kCrlSignUsage, "not a time: " + args.Get("--start"));
+  number = issued;
   if (args.Has("--number") && !ParseNumber(args.Get("--number"), 0, 0x7FFFFFFF, number))
     return Usage("crl-sign", kCrlSignUsage, "--number takes a non-negative number");
   if (args.Has("--digest") && !ParseDigest(args.Get("--digest"), md))
@@ -211,9 +229,15 @@ int CrlSignCommand(int argc, char** argv) {
   CertPtr caCert(ReadCertificate(args.Get("--ca-cert"), error));
   if (!caCert) return Failed("crl-sign", args.Get("--ca-cert") + ": " + error);
   obCRL_Encoder encoder(*caCert, *caKey);
-  encoder.SetThisUpdate(now);
-  encoder.SetNextUpdate(now + days * 86400);
+  encoder.SetThisUpdate(issued);
+  encoder.SetNextUpdate(issued + days * 86400);
   encoder.SetCRLNumber(number);
+  if (args.Has("--dp")) {
+    obGeneralNames names;
+    names.Add(UriName(args.Get("--dp")));
+    obIssuingDP idp(obCRL_AllCerts, &names);
+    encoder.SetIssuingDP(&idp);
+  }
   for (const std::string& revoke : args.All("--revoke")) {
     size_t colon = revoke.find(':');
     obAsnInt serial;
@@ -221,7 +245,7 @@ int CrlSignCommand(int argc, char** argv) {
     if (!ParseSerial(revoke.substr(0, colon), serial) ||
         (colon != std::string::npos && !ParseReason(revoke.substr(colon + 1), reason)))
       return Usage("crl-sign", kCrlSignUsage, "not SERIAL[:REASON]: " + revoke);
-    encoder.AddRevoked(serial, now, reason);
+    encoder.AddRevoked(serial, issued, reason);
   }
   nyBinBuf der;
   if (encoder.Encode(md, der) != 0) return Failed("crl-sign", "cannot sign the CRL");

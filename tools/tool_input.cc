@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 #include <iterator>
 
@@ -76,4 +77,19 @@ bool ParseSecondsOption(const std::string& text, long& seconds) {
   if (text.empty() || *end != '\0' || value < 1 || value > 3600) return false;
   seconds = value;
   return true;
+}
+
+bool ParseTimeOption(const std::string& text, long& seconds) {
+  char* end = nullptr;
+  long value = std::strtol(text.c_str(), &end, 10);
+  if (!text.empty() && *end == '\0') {
+    seconds = value;
+    return value > 0;
+  }
+  struct tm tm = {};
+  const char* rest = strptime(text.c_str(), "%Y-%m-%d", &tm);
+  if (rest && *rest == 'T') rest = strptime(rest + 1, "%H:%M:%S", &tm);
+  if (!rest || *rest != '\0') return false;
+  seconds = static_cast<long>(timegm(&tm));
+  return seconds > 0;
 }

@@ -30,4 +30,8 @@ bool ParseDetailOption(const std::string& text, obCertHerrorDetails& details);
 // set, or false.
 bool ParseSecondsOption(const std::string& text, long& seconds);
 
+// The value of a time option: seconds since 1970, or YYYY-MM-DD[THH:MM:SS]
+// in UTC. True with seconds set, or false.
+bool ParseTimeOption(const std::string& text, long& seconds);
+
 #endif  // NYCERT_TOOLS_TOOL_INPUT_H_

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <string>
 #include <vector>
 
@@ -108,22 +106,6 @@ bool ParseChecks(const std::string& text, int& checks) {
   return checks != 0;
 }
 
-// Seconds since 1970, or a UTC date with an optional time of day.
-bool ParseTime(const std::string& text, long& seconds) {
-  char* end = nullptr;
-  long value = std::strtol(text.c_str(), &end, 10);
-  if (!text.empty() && *end == '\0') {
-    seconds = value;
-    return value > 0;
-  }
-  struct tm tm = {};
-  const char* rest = strptime(text.c_str(), "%Y-%m-%d", &tm);
-  if (rest && *rest == 'T') rest = strptime(rest + 1, "%H:%M:%S", &tm);
-  if (!rest || *rest != '\0') return false;
-  seconds = static_cast<long>(timegm(&tm));
-  return seconds > 0;
-}
-
 // "bad" on a usage error with its message written, "help", or "run".
 enum class Parsed { kRun, kHelp, kBad };
 
@@ -164,7 +146,7 @@ Parsed ParseOptions(int argc, char** argv, VerifyOptions& options) {
       std::fprintf(stderr, "nycert verify: bad --checks '%s'\n", value.c_str());
       return Parsed::kBad;
     }
-    if (arg == "--at" && !ParseTime(value, options.at)) {
+    if (arg == "--at" && !ParseTimeOption(value, options.at)) {
       std::fprintf(stderr, "nycert verify: bad --at '%s'\n", value.c_str());
       return Parsed::kBad;
     }

@@ -152,7 +152,7 @@ int RunStages(obd_env* env, obRootCA* root, obCerts& chain, const ValidateParams
   if ((checks & obCheck_Path) && (rc = obValidatePath(chain, index, expiration, params)) != 0) return rc;
   if ((checks & obCheck_Signatures) && (rc = obValidateSignatures(chain, index)) != 0) return rc;
   if (checks & obCheck_NameConstraints) {
-    rc = obValidateNameConstraints(root->NameConstraints(), chain.Get(0));
+    rc = obValidateNameConstraints(root, chain.Get(0));
     if (rc != obValidationRC_OK) {
       index = 0;
       return rc;

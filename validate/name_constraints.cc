@@ -2,10 +2,16 @@
 
 #include "nycert/buffers/diag.h"
 #include "nycert/certs/cert.h"
+#include "nycert/keystore/root_ca.h"
 #include "nycert/names/general_names.h"
 #include "nycert/names/obdn.h"
 
-obValidationRC obValidateNameConstraints(const obGeneralNames* permitted, const obCert* cert) {
+obValidationRC obValidateNameConstraints(const obRootCA* root, const obCert* cert) {
+  if (!root) {
+    OB_HERROR("obValidateNameConstraints: no rootca");
+    return obValidationRC_BadInput;
+  }
+  const obGeneralNames* permitted = root->NameConstraints();
   if (!permitted) {
     OB_HERROR("obValidateNameConstraints: rootCA without name constraints");
     return obValidationRC_OK;

@@ -7,14 +7,13 @@
 #include "nycert/platform/export.h"
 
 class obCert;
-class obGeneralNames;
 class obRootCA;
 
-// 0 when cert's subject lies under one of the directory names of permitted
-// (the subject itself or a name below it), or when there is no list; -987
+// 0 when cert's subject lies under one of the directory names root permits
+// (the subject itself or a name below it), or when root has no list; -987
 // when it lies under none, so that an empty list, or one without directory
-// names, rejects every certificate; -1000 for a missing certificate or
+// names, rejects every certificate; -1000 for a missing root, certificate or
 // subject.
-NYCERT_EXPORT obValidationRC obValidateNameConstraints(const obGeneralNames* permitted, const obCert* cert);
+NYCERT_EXPORT obValidationRC obValidateNameConstraints(const obRootCA* root, const obCert* cert);
 
 #endif  // NYCERT_VALIDATE_NAME_CONSTRAINTS_H_

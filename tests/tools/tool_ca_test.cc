@@ -89,6 +89,22 @@ TEST_F(ToolCa, CrlRevokesTheListedCertificateOnly) {
   EXPECT_NE(std::string::npos, text.find("X509v3 CRL Number: \n                5")) << text;
 }
 
+TEST_F(ToolCa, StartTimesAndThePublishingPoint) {
+  Run("sign --ca-cert " + File("int.pem") + " --ca-key " + File("int.key") + " --csr " + File("ee.csr") +
+      " --days 366 --start 2025-01-01 -o " + File("dated.pem"));
+  std::string dates = OpensslOutput(dir_->path(), "x509 -in dated.pem -noout -dates");
+  EXPECT_NE(std::string::npos, dates.find("notBefore=Jan  1 00:00:00 2025 GMT")) << dates;
+  EXPECT_NE(std::string::npos, dates.find("notAfter=Jan  2 00:00:00 2026 GMT")) << dates;
+  Run("crl-sign --ca-cert " + File("int.pem") + " --ca-key " + File("int.key") +
+      " --revoke 7 --days 1 --start 2025-03-04T05:06:07 --dp http://127.0.0.1/int.crl -o " + File("dated.crl"));
+  std::string crl = OpensslOutput(dir_->path(), "crl -in dated.crl -noout -text");
+  EXPECT_NE(std::string::npos, crl.find("Last Update: Mar  4 05:06:07 2025 GMT")) << crl;
+  EXPECT_NE(std::string::npos, crl.find("Next Update: Mar  5 05:06:07 2025 GMT")) << crl;
+  EXPECT_NE(std::string::npos, crl.find("Revocation Date: Mar  4 05:06:07 2025 GMT")) << crl;
+  EXPECT_NE(std::string::npos, crl.find("X509v3 Issuing Distribution Point: critical")) << crl;
+  EXPECT_NE(std::string::npos, crl.find("URI:http://127.0.0.1/int.crl")) << crl;
+}
+
 TEST_F(ToolCa, KeysAndRequestsOpensslReads) {
   Run("genkey --bits 1024 -o " + File("new.key"));
   struct stat st;
@@ -127,6 +143,10 @@ TEST_F(ToolCa, UsageAndInputErrors) {
        "not SERIAL[:REASON]"},
       {"crl-sign --ca-cert " + File("int.csr") + " --ca-key " + File("int.key") + " --days 1 -o x", 1,
        "not a certificate"},
+      {"sign --ca-key " + File("int.key") + " --csr " + File("ee.csr") + " --days 1 --start 2025-13-01 -o x", 2,
+       "not a time: 2025-13-01"},
+      {"crl-sign --ca-cert " + File("int.pem") + " --ca-key " + File("int.key") + " --days 1 --start soon -o x", 2,
+       "not a time: soon"},
       {"sign --bogus", 2, "unknown option '--bogus'"},
   };
   for (const Case& c : cases) {
