@@ -21,7 +21,8 @@
 namespace {
 
 const char kUsage[] =
-    "usage: nycert chain [--root FILE]... [--key-holder-from FILE]... [--pass SRC] [--pem] BAG...\n"
+    "usage: nycert chain [--root FILE]... [--key-holder-from FILE]... [--pass SRC]\n"
+    "                    [--pem] BAG...\n"
     "\n"
     "Reads the certificates of every BAG file (DER or PEM, any number, in any\n"
     "order), sorts them into chain order from the end entity up, completes or\n"
