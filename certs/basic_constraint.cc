@@ -56,12 +56,14 @@ obBasicConstraint* obBasicConstraint::Clone() const { return new obBasicConstrai
 int obBasicConstraint::IsCA() const { return data_.IsCA(); }
 int obBasicConstraint::PathLen() const { return data_.PathLen(); }
 
+// Basic constraints that cannot be read make no CA: they are kept as those
+// of an end entity (and, when critical, reported as not handled).
 obExtension* obBasicConstraint::Handle(obDerSpan value, int, int& accepted) {
   bool isCA = false;
   long pathLen = -1;
   if (!ParseBasicConstraints(value, isCA, pathLen)) {
     OB_HERROR("obBasicConstraint::Handle: malformed basicConstraints");
-    return nullptr;
+    return new obBasicConstraint(0, -1);
   }
   accepted = 1;
   return new obBasicConstraint(isCA, static_cast<int>(pathLen));

@@ -37,7 +37,8 @@ class NYCERT_EXPORT obBasicConstraint : public obExtension {
   // The path length constraint, or -1 when absent.
   int PathLen() const;
 
-  // The handler of the extension's value; a malformed value gives null.
+  // The handler of the extension's value; a malformed value gives the
+  // constraints of an end entity, not accepted.
   static obExtension* Handle(obDerSpan value, int critical, int& accepted);
 
  private:

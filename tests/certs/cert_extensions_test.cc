@@ -168,7 +168,7 @@ TEST(CertExtProcess, MalformedListFails) {
 }
 
 // Each value is malformed for its extension: critical it is unhandled,
-// plain it is dropped.
+// plain it is dropped, except basicConstraints, kept as those of no CA.
 TEST(CertExtProcess, HostileValues) {
   const struct {
     const char* oid;
@@ -193,7 +193,11 @@ TEST(CertExtProcess, HostileValues) {
         obAsnOid unhandled;
         Bytes content = Cat({Ext(c.oid, critical, Hex(value)), Ext(kKU, false, Hex("03 01 00"))});
         EXPECT_EQ(Gated([&] { return Process(list, content, unhandled); }, c.message), critical ? 1 : 0) << value;
-        EXPECT_EQ(list.Count(), critical ? 0 : 1) << c.oid << " " << value;
+        bool kept = !critical && c.oid == std::string(kBC);
+        EXPECT_EQ(list.Count(), critical ? 0 : kept ? 2 : 1) << c.oid << " " << value;
+        if (kept) {
+          EXPECT_EQ(static_cast<obBasicConstraint*>(list.At(0))->IsCA(), 0);
+        }
         EXPECT_EQ(Dotted(unhandled), std::string(critical ? c.oid : ""));
       }
     }
