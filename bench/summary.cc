@@ -24,7 +24,9 @@ BenchFigures FiguresOf(const Run& run) {
   static const double kNanosPerUnit[] = {1, 1e3, 1e6, 1e9};  // benchmark::TimeUnit order
   BenchFigures f;
   f.name = run.run_name.function_name;
-  f.nanos = run.GetAdjustedCPUTime() * kNanosPerUnit[run.time_unit];
+  // Work handed to other threads shows only in wall-clock time.
+  bool wallClock = run.run_name.time_type == "real_time";
+  f.nanos = (wallClock ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime()) * kNanosPerUnit[run.time_unit];
   f.allocs = CounterOr(run, "allocs", -1);
   f.bytes = CounterOr(run, "bytes", -1);
   return f;
@@ -57,7 +59,12 @@ std::string Amount(double value) {
   return Number(value, std::ios_base::scientific, 1);
 }
 
-std::string Ratio(double ratio) { return Number(ratio, std::ios_base::fixed, ratio >= 9.95 ? 0 : 1) + "x"; }
+// Whole from 10 on, one decimal down to 0.1, and two significant figures
+// below, where nycert is more than ten times slower.
+std::string Ratio(double ratio) {
+  if (ratio < 0.095) return Number(ratio, {}, 2) + "x";
+  return Number(ratio, std::ios_base::fixed, ratio >= 9.95 ? 0 : 1) + "x";
+}
 
 std::string Allocations(const BenchFigures* f) {
   if (!f || f->allocs < 0) return "";

@@ -11,8 +11,9 @@
 #include <string>
 #include <vector>
 
-// One benchmark's figures: CPU time per iteration in nanoseconds, and the
-// allocation counters per item (negative when not counted).
+// One benchmark's figures: CPU time per iteration in nanoseconds (wall-clock
+// time for benchmarks measured in real time), and the allocation counters
+// per item (negative when not counted).
 struct BenchFigures {
   std::string name;
   double nanos = 0;

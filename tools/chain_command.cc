@@ -15,12 +15,14 @@
 #include "nycert/platform/oserr.h"
 #include "nycert/validate/chain_fix.h"
 #include "nycert/validate/chain_sort.h"
+#include "password_input.h"
 #include "tool_input.h"
 
 namespace {
 
 const char kUsage[] =
-    "usage: nycert chain [--root FILE]... [--key-holder-from FILE]... [--pem] BAG...\n"
+    "usage: nycert chain [--root FILE]... [--key-holder-from FILE]... [--pass SRC]\n"
+    "                    [--pem] BAG...\n"
     "\n"
     "Reads the certificates of every BAG file (DER or PEM, any number, in any\n"
     "order), sorts them into chain order from the end entity up, completes or\n"
@@ -30,7 +32,9 @@ const char kUsage[] =
     "\n"
     "  --root FILE             trust the certificates in FILE as root CAs\n"
     "  --key-holder-from FILE  trust the root CAs and certified keys of a\n"
-    "                          PKCS#12 key file (not yet available)\n"
+    "                          PKCS#12 key file\n"
+    "  --pass SRC              its password: env:VAR, fd:N, file:PATH or prompt\n"
+    "                          (the default: asked on the terminal)\n"
     "  --pem                   print the chain as PEM blocks\n"
     "\n"
     "Exits with 0 when the chain is anchored, 1 when it is not, and 2 on a\n"
@@ -40,6 +44,7 @@ struct ChainOptions {
   std::vector<std::string> roots;
   std::vector<std::string> keyFiles;
   std::vector<std::string> bags;
+  std::string pass;
   bool pem = false;
 };
 
@@ -47,15 +52,17 @@ struct ChainOptions {
 bool ParseOptions(int argc, char** argv, ChainOptions& options) {
   for (int i = 0; i < argc; ++i) {
     std::string arg = argv[i];
-    bool takesFile = arg == "--root" || arg == "--key-holder-from";
-    if (takesFile && i + 1 == argc) {
-      std::fprintf(stderr, "nycert chain: %s needs a file\n", arg.c_str());
+    bool takesValue = arg == "--root" || arg == "--key-holder-from" || arg == "--pass";
+    if (takesValue && i + 1 == argc) {
+      std::fprintf(stderr, "nycert chain: %s needs a value\n", arg.c_str());
       return false;
     }
     if (arg == "--root") {
       options.roots.push_back(argv[++i]);
     } else if (arg == "--key-holder-from") {
       options.keyFiles.push_back(argv[++i]);
+    } else if (arg == "--pass") {
+      options.pass = argv[++i];
     } else if (arg == "--pem") {
       options.pem = true;
     } else if (arg.size() > 1 && arg[0] == '-') {
@@ -92,7 +99,8 @@ bool ReadCertificates(const std::string& path, obCerts& certs) {
 }
 
 // A holder trusting every certificate of the root files, each named after
-// its file and place in it.
+// its file and place in it, and the root CAs and certified keys of the
+// PKCS#12 files, all read under the one password.
 std::unique_ptr<obKeyHolder> TrustedRoots(const ChainOptions& options) {
   std::unique_ptr<obKeyHolder> holder(obKeyHolder_New());
   for (const std::string& path : options.roots) {
@@ -105,12 +113,10 @@ std::unique_ptr<obKeyHolder> TrustedRoots(const ChainOptions& options) {
       obFreePKobj(root);
     }
   }
-  if (!options.keyFiles.empty()) {
-    std::fprintf(stderr, "nycert chain: %s: PKCS#12 key holders are not available in this build\n",
-                 options.keyFiles[0].c_str());
-    return nullptr;
-  }
-  return holder;
+  std::string error;
+  if (AddPkcs12FilesToHolder(options.keyFiles, options.pass, *holder, error)) return holder;
+  std::fprintf(stderr, "nycert chain: %s\n", error.c_str());
+  return nullptr;
 }
 
 // The last diagnostic line of an operation, kept while it runs with the gate open.

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <ctime>
@@ -313,20 +312,12 @@ int FetchInto(const std::string& url, obCert* issuer, long seconds) {
   return result;
 }
 
-bool ParseSeconds(const std::string& text, long* seconds) {
-  char* end = nullptr;
-  long value = std::strtol(text.c_str(), &end, 10);
-  if (text.empty() || *end != '\0' || value < 1 || value > 3600) return false;
-  *seconds = value;
-  return true;
-}
-
 int Fetch(const std::string& dir, const Args& args) {
   long seconds = 20;
   Args words;
   for (size_t i = 0; i < args.size(); ++i) {
     if (args[i] == "-t") {
-      if (i + 1 >= args.size() || !ParseSeconds(args[++i], &seconds))
+      if (i + 1 >= args.size() || !ParseSecondsOption(args[++i], seconds))
         return UsageError(kFetchUsage, "-t takes 1 to 3600 seconds");
     } else {
       words.push_back(args[i]);

@@ -1,14 +1,8 @@
 #include "p12_command.h"
 
 #include <fcntl.h>
-#include <termios.h>
-#include <unistd.h>
-
-#include <openssl/crypto.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -19,6 +13,7 @@
 #include "nycert/keystore/pfx_encode.h"
 #include "nycert/keystore/pkcs12.h"
 #include "nycert/platform/nybcrypt.h"
+#include "password_input.h"
 #include "tool_input.h"
 
 namespace {
@@ -41,19 +36,6 @@ const char kUsage[] =
     "--legacy writes triple DES keys, 40-bit RC2 certificates and a SHA-1 MAC\n"
     "instead of PBES2 with AES-256 and an HMAC-SHA256 MAC.\n";
 
-// A password read from its source, wiped when it goes.
-class Secret {
- public:
-  ~Secret() {
-    if (!text_.empty()) OPENSSL_cleanse(&text_[0], text_.size());
-  }
-  const char* c_str() const { return text_.c_str(); }
-  std::string& text() { return text_; }
-
- private:
-  std::string text_;
-};
-
 int Usage(const std::string& what) {
   std::fprintf(stderr, "nycert p12: %s\n%s", what.c_str(), kUsage);
   return 2;
@@ -67,58 +49,6 @@ int Fail(const std::string& what) {
 // Reports what and answers false, for the steps that answer whether they went well.
 bool Complain(const std::string& what) {
   Fail(what);
-  return false;
-}
-
-// The first line readable from fd, without its end.
-bool ReadLine(int fd, std::string& out) {
-  out.clear();
-  char c;
-  ssize_t n;
-  while ((n = read(fd, &c, 1)) == 1 && c != '\n') out += c;
-  if (!out.empty() && out.back() == '\r') out.pop_back();
-  return n >= 0;
-}
-
-bool Prompt(const char* question, std::string& out) {
-  int fd = open("/dev/tty", O_RDWR);
-  if (fd < 0) return false;
-  termios saved;
-  bool tty = tcgetattr(fd, &saved) == 0;
-  if (tty) {
-    termios quiet = saved;
-    quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    tcsetattr(fd, TCSAFLUSH, &quiet);
-  }
-  bool ok = write(fd, question, std::strlen(question)) >= 0 && ReadLine(fd, out);
-  if (tty) tcsetattr(fd, TCSAFLUSH, &saved);
-  ok = write(fd, "\n", 1) >= 0 && ok;
-  close(fd);
-  return ok;
-}
-
-bool ReadSecret(const std::string& source, const char* question, Secret& secret, std::string& error) {
-  std::string& out = secret.text();
-  if (source.empty() || source == "prompt") {
-    if (Prompt(question, out)) return true;
-    error = "no terminal to ask for the password on";
-  } else if (source.compare(0, 4, "env:") == 0) {
-    const char* value = std::getenv(source.c_str() + 4);
-    if (value) out = value;
-    if (value) return true;
-    error = "environment variable " + source.substr(4) + " is not set";
-  } else if (source.compare(0, 3, "fd:") == 0) {
-    if (ReadLine(std::atoi(source.c_str() + 3), out)) return true;
-    error = "cannot read the password from " + source;
-  } else if (source.compare(0, 5, "file:") == 0) {
-    int fd = open(source.c_str() + 5, O_RDONLY);
-    bool ok = fd >= 0 && ReadLine(fd, out);
-    if (fd >= 0) close(fd);
-    if (ok) return true;
-    error = "cannot read the password from " + source.substr(5);
-  } else {
-    error = "password source must be env:VAR, fd:N, file:PATH or prompt";
-  }
   return false;
 }
 

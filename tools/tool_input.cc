@@ -71,6 +71,14 @@ bool ParseDetailOption(const std::string& text, obCertHerrorDetails& details) {
   return true;
 }
 
+bool ParseSecondsOption(const std::string& text, long& seconds) {
+  char* end = nullptr;
+  long value = std::strtol(text.c_str(), &end, 10);
+  if (text.empty() || *end != '\0' || value < 1 || value > 3600) return false;
+  seconds = value;
+  return true;
+}
+
 bool ParseTimeOption(const std::string& text, long& seconds) {
   char* end = nullptr;
   long value = std::strtol(text.c_str(), &end, 10);

@@ -26,6 +26,10 @@ bool ParseToolObjects(const std::vector<unsigned char>& bytes, std::vector<ToolO
 // The value of a "-d" option, "1", "2" or "3": true with details set, or false.
 bool ParseDetailOption(const std::string& text, obCertHerrorDetails& details);
 
+// The value of a time-out option, 1 to 3600 seconds: true with seconds
+// set, or false.
+bool ParseSecondsOption(const std::string& text, long& seconds);
+
 // The value of a time option: seconds since 1970, or YYYY-MM-DD[THH:MM:SS]
 // in UTC. True with seconds set, or false.
 bool ParseTimeOption(const std::string& text, long& seconds);

@@ -6,6 +6,7 @@
 
 #include "nycert/certs/cert.h"
 #include "nycert/names/obdn.h"
+#include "support/tool_run.h"
 
 #include <sys/stat.h>
 
@@ -103,6 +104,23 @@ const ChainPki& SharedChainPki() {
     return made;
   }();
   return *pki;
+}
+
+bool ExportChainPkcs12(const std::string& path, const std::string& holder, std::initializer_list<std::string> others,
+                       const std::string& password) {
+  const ChainPki& pki = SharedChainPki();
+  int key = 0;
+  for (const NamedCert& cert : kShared) {
+    if (holder == cert.name) key = cert.cert.key;
+  }
+  std::string certFile;
+  if (others.size()) {
+    certFile = " -certfile " + ShellQuote(path + ".certs.pem");
+    std::ofstream out(path + ".certs.pem");
+    for (const std::string& name : others) out << std::ifstream(pki.PemPath(name)).rdbuf();
+  }
+  return Openssl(pki.dir(), "pkcs12 -export -inkey " + CachedKey(2048, key) + " -in " + holder + ".pem" + certFile +
+                                " -passout " + ShellQuote("pass:" + password) + " -out " + ShellQuote(path));
 }
 
 SignedPtr<obCert> ChainCertificate(const std::string& name) { return Decoded<obCert>(SharedChainPki().Der(name)); }

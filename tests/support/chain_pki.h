@@ -66,6 +66,12 @@ class ChainPki {
 // (in 400 days).
 const ChainPki& SharedChainPki();
 
+// A PKCS#12 file that `openssl pkcs12 -export` makes at path from the key
+// and certificate of the shared chains' holder with the certificates
+// others, under password: whether the tool succeeded.
+bool ExportChainPkcs12(const std::string& path, const std::string& holder, std::initializer_list<std::string> others,
+                       const std::string& password);
+
 // A certificate of the shared chains, by name.
 SignedPtr<obCert> ChainCertificate(const std::string& name);
 // Appends the shared chains' certificates called names to list.

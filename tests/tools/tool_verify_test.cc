@@ -3,9 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <string>
 
 #include "support/chain_files.h"
+#include "support/chain_pki.h"
+#include "support/ocsp_peer.h"
 #include "support/test_support.h"
 #include "support/tool_run.h"
 
@@ -83,11 +86,112 @@ TEST_F(ToolVerify, ChecksSelectTheStages) {
   EXPECT_NE(std::string::npos, badSig.output.find("at:      certificate 1, CN=Suite Intermediate")) << badSig.output;
 }
 
+TEST_F(ToolVerify, TrustsTheRootsOfAPkcs12File) {
+  TempDir dir;
+  std::ofstream(dir.File("password")) << "verify secret\n";
+  ASSERT_TRUE(ExportChainPkcs12(dir.File("own.p12"), "own", {"ca1", "root"}, "verify secret"));
+  const ChainPki& pki = SharedChainPki();
+  std::string keyHolder = "verify --key-holder-from " + ShellQuote(dir.File("own.p12")) + " --pass file:" +
+                          ShellQuote(dir.File("password")) + " --checks path,sig ";
+  ToolResult run = RunNycert(keyHolder + ShellQuote(pki.PemPath("leaf")) + " " + ShellQuote(pki.PemPath("ca2")));
+  EXPECT_EQ(0, run.status) << run.output;
+  EXPECT_EQ("verdict: validate certifcate OK\n", run.output);
+  ToolResult unrelated = RunNycert(keyHolder + ShellQuote(pki.PemPath("stray")));
+  EXPECT_EQ(1, unrelated.status) << unrelated.output;
+  ToolResult wrong = RunNycert("verify --key-holder-from " + ShellQuote(dir.File("own.p12")) + " --pass file:" +
+                               ShellQuote(dir.File("own.p12")) + " " + ShellQuote(pki.PemPath("leaf")));
+  EXPECT_EQ(2, wrong.status) << wrong.output;
+}
+
+// Revocation by OCSP against the openssl tool's responder on 127.0.0.1,
+// over a CA database that knows a good and a revoked certificate.
+class ToolVerifyOcsp : public ::testing::Test {
+ protected:
+  static std::string Cert(const std::string& name) { return ShellQuote(pki.pki.dir() + "/" + name + ".pem"); }
+  static ToolResult Verify(const std::string& args, const std::string& cert) {
+    return RunNycert("verify --root " + ShellQuote(pki.pki.CaPemPath()) + " " + args + " " + Cert(cert));
+  }
+
+  static const OcspPki& pki;
+};
+
+const OcspPki& ToolVerifyOcsp::pki = SharedOcspPki();
+
+TEST_F(ToolVerifyOcsp, TheResponderGivesEachStatus) {
+  auto responder = pki.Responder(pki.CaSigner());
+  ASSERT_NE(0, responder->Port());
+  std::string ocsp = "--ocsp " + responder->Url();
+  ToolResult good = Verify(ocsp, "ocsp_good");
+  EXPECT_EQ(0, good.status) << good.output;
+  EXPECT_EQ("verdict: validate certifcate OK\n", good.output);
+  ToolResult revoked = Verify(ocsp, "ocsp_revoked");
+  EXPECT_EQ(1, revoked.status) << revoked.output;
+  EXPECT_NE(std::string::npos, revoked.output.find("verdict: Certificate revoked\n")) << revoked.output;
+  EXPECT_NE(std::string::npos, revoked.output.find("at:      certificate 0, CN=ocsp revoked")) << revoked.output;
+  ToolResult unknown = Verify(ocsp, "ocsp_unknown");
+  EXPECT_EQ(1, unknown.status) << unknown.output;
+  EXPECT_NE(std::string::npos, unknown.output.find("The status of the checked certificate is unknown.")) << unknown.output;
+  // A responder that cannot be reached is passed over for the next one.
+  std::string unreachable = "http://127.0.0.1:1/";
+  EXPECT_EQ(0, Verify("--ocsp " + unreachable + " " + ocsp, "ocsp_good").status);
+}
+
+TEST_F(ToolVerifyOcsp, ADelegatedResponderIsTrustedAndAStrangerIsNot) {
+  auto delegated = pki.Responder(pki.Signer("ocsp_delegate"));
+  ASSERT_NE(0, delegated->Port());
+  ToolResult good = Verify("--ocsp " + delegated->Url(), "ocsp_good");
+  EXPECT_EQ(0, good.status) << good.output;
+  auto stranger = pki.Responder(pki.Signer("ocsp_other"));
+  ASSERT_NE(0, stranger->Port());
+  ToolResult refused = Verify("--ocsp " + stranger->Url(), "ocsp_good");
+  EXPECT_EQ(1, refused.status) << refused.output;
+  EXPECT_NE(std::string::npos, refused.output.find("reason:  Failed to process the OCSP response.")) << refused.output;
+}
+
+TEST_F(ToolVerifyOcsp, TheResponderCanComeFromTheCertificate) {
+  WriteBytes(pki.pki.dir() + "/aia_index.txt", Text(IndexLine('V', "5101", "/CN=ocsp aia")));
+  OcspResponderProcess responder(pki.pki.dir(), "aia_index.txt", "-CA ca.pem " + pki.CaSigner());
+  ASSERT_NE(0, responder.Port());
+  CertRequest request;
+  request.subject = "/CN=ocsp aia";
+  request.serial = "0x5101";
+  request.keyBits = 1024;
+  request.extensions = "authorityInfoAccess=OCSP;URI:" + responder.Url();
+  pki.pki.Issue("ocsp_aia", request);
+  ToolResult good = Verify("--ocsp-from-aia", "ocsp_aia");
+  EXPECT_EQ(0, good.status) << good.output;
+  ToolResult noUrl = Verify("--ocsp-from-aia", "ocsp_good");
+  EXPECT_EQ(1, noUrl.status) << noUrl.output;
+  EXPECT_NE(std::string::npos, noUrl.output.find("No URL to address the OCSP request to.")) << noUrl.output;
+}
+
+TEST_F(ToolVerifyOcsp, AResponderThatNeverAnswersTimesOut) {
+  SilentServer silent;
+  ToolResult late = Verify("-t 1 --ocsp " + silent.Url(), "ocsp_good");
+  EXPECT_EQ(1, late.status) << late.output;
+  EXPECT_NE(std::string::npos, late.output.find("verdict: Validation timeout\n")) << late.output;
+  EXPECT_NE(std::string::npos, late.output.find("reason:  Validation timed out.")) << late.output;
+}
+
+TEST_F(ToolVerifyOcsp, WithCrlsBesideOcspBothMustPass) {
+  auto responder = pki.Responder(pki.CaSigner());
+  ASSERT_NE(0, responder->Port());
+  TempDir emptyDb;
+  ToolResult both = Verify("--ocsp " + responder->Url() + " --crl-db " + ShellQuote(emptyDb.path()), "ocsp_good");
+  EXPECT_EQ(1, both.status) << both.output;
+  EXPECT_NE(std::string::npos, both.output.find("verdict: Could not retrieve CRL.\n")) << both.output;
+  ToolResult revoked = Verify("--ocsp " + responder->Url() + " --crl-db " + ShellQuote(emptyDb.path()), "ocsp_revoked");
+  EXPECT_NE(std::string::npos, revoked.output.find("verdict: Certificate revoked\n")) << revoked.output;
+}
+
 TEST_F(ToolVerify, UsageAndUnreadableInputExitWithTwo) {
   EXPECT_EQ(2, RunNycert("verify").status);
   EXPECT_EQ(2, RunNycert("verify --checks path,bogus " + Demo("good_chain.pem")).status);
   EXPECT_EQ(2, RunNycert("verify --at yesterday " + Demo("good_chain.pem")).status);
   EXPECT_EQ(2, RunNycert("verify --root").status);
+  EXPECT_EQ(2, RunNycert("verify --ocsp http://127.0.0.1:1/ --ocsp-from-aia " + Demo("good_chain.pem")).status);
+  EXPECT_EQ(2, RunNycert("verify -t 0 " + Demo("good_chain.pem")).status);
+  EXPECT_EQ(2, RunNycert("verify --ocsp").status);
   EXPECT_EQ(2, VerifyDemo(Demo("missing.pem")).status);
   EXPECT_EQ(2, VerifyDemo(Demo("crls.pem")).status);
   ToolResult help = RunNycert("verify --help");
