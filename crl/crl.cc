@@ -38,12 +38,16 @@ namespace {
 // the cache misses of a large table overlap.
 constexpr size_t kPrefetchAhead = 8;
 
+// An entry whose date is not a valid time fails the CRL: read later, it
+// would leave a listed serial without a revocation date.
 bool ReadEntries(obDerSpan revoked, std::vector<obCRLEntry>& entries) {
   obDerReader r(revoked);
   obDerSpan serial, date;
+  long seconds = 0;
   while (!r.AtEnd()) {
     if (!obReadRevokedEntry(r, serial, date)) return false;
     entries.emplace_back(serial, date);
+    if (entries.back().RevocationDate(&seconds) != 0) return false;
   }
   return true;
 }

@@ -76,8 +76,8 @@ bool obDerReader::ReadOptional(obAsnTag tag, obDerSpan& content, bool& present) 
 }
 
 bool obDerParseBool(obDerSpan content, bool& out) {
-  if (content.size != 1 || (content.data[0] != 0x00 && content.data[0] != 0xFF)) return false;
-  out = content.data[0] == 0xFF;
+  if (content.size != 1) return false;
+  out = content.data[0] != 0x00;
   return true;
 }
 
@@ -107,7 +107,5 @@ bool obDerParseBitString(obDerSpan content, obDerSpan& bits, unsigned& unusedBit
   if (content.empty()) return false;
   unusedBits = content.data[0];
   bits = {content.data + 1, content.size - 1};
-  if (unusedBits > 7 || (bits.empty() && unusedBits != 0)) return false;
-  unsigned char mask = static_cast<unsigned char>((1u << unusedBits) - 1);
-  return bits.empty() || (bits.data[bits.size - 1] & mask) == 0;
+  return unusedBits <= 7 && !(bits.empty() && unusedBits != 0);
 }

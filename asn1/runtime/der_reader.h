@@ -107,14 +107,16 @@ class NYCERT_EXPORT obDerReader {
 
 // Content checks for values read with obDerReader.
 
-// BOOLEAN in DER: one octet, 0x00 or 0xFF.
+// BOOLEAN: one octet, and as BER reads it any non-zero value is TRUE (DER
+// writes 0xFF, but certificates in use carry 0x01 and are signed that way).
 NYCERT_EXPORT bool obDerParseBool(obDerSpan content, bool& out);
 // An INTEGER's content is non-empty and minimal (no redundant leading octet).
 NYCERT_EXPORT bool obDerIsValidInteger(obDerSpan content);
 // A non-negative INTEGER that fits in a long.
 NYCERT_EXPORT bool obDerParseSmallUint(obDerSpan content, long& out);
-// BIT STRING content: the unused-bit count (0..7, 0 when empty, unused bits
-// zero as DER wants) followed by the bits; out gets the octets after the count.
+// BIT STRING content: the unused-bit count (0..7, 0 when empty) followed by
+// the bits; out gets the octets after the count. Unused bits that are set, which
+// DER forbids and BER allows, are let through: readers ignore them.
 NYCERT_EXPORT bool obDerParseBitString(obDerSpan content, obDerSpan& bits, unsigned& unusedBits);
 
 #endif  // NYCERT_ASN1_RUNTIME_DER_READER_H_

@@ -156,7 +156,7 @@ void ExpectHostileInputHandled(unsigned char tag, const std::string& valid, unsi
     T value;
     EXPECT_EQ(DecodeExact(value, std::vector<unsigned char>(der.begin(), der.begin() + cut)), -1) << "cut " << cut;
   }
-  std::mt19937 rng(seed);
+  std::mt19937 rng(LoggedSeed(seed));
   for (int round = 0; round < 3000; ++round) {
     std::vector<unsigned char> input(rng() % 24);
     for (unsigned char& octet : input) octet = static_cast<unsigned char>(rng());

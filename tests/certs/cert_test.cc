@@ -15,8 +15,10 @@
 #include "nycert/asn1/modules/pkix1_implicit.h"
 #include "nycert/asn1/runtime/asn_bufset.h"
 #include "nycert/asn1/runtime/asn_int.h"
+#include "nycert/certs/basic_constraint.h"
 #include "nycert/certs/cert.h"
 #include "nycert/certs/extensions_list.h"
+#include "nycert/certs/key_usage.h"
 #include "nycert/keys/pubkey.h"
 #include "nycert/keys/rsa_import.h"
 #include "nycert/names/general_names.h"
@@ -300,6 +302,63 @@ TEST(CertList, LookupEncodingAndCApi) {
   EXPECT_EQ(0u, listed.str().find("Chain: 2 certificates\nIssuer: "));
   obCerts_ClearAll(&certs);
   EXPECT_EQ(0, certs.Count());
+}
+
+// Certificates as writers send them, edited in place from what the openssl
+// tool made and signed again, so the signature covers the octets as they stand.
+Bytes CaCertificate(const std::string& name, const std::string& keyUsage) {
+  CertRequest request;
+  request.subject = "/C=US/O=Example Trust/CN=" + name;
+  request.extensions = "basicConstraints=critical,CA:TRUE\nkeyUsage=" + keyUsage + "\n";
+  return SharedPki().Issue(name, request);
+}
+
+// A critical flag of 0x01, a cA of 0x01, a keyUsage whose pad bit is set:
+// read as BER reads them, verified, printed, and answered as openssl does.
+TEST(CertBerForms, NonZeroBooleansAndPadBitsReadAsWritten) {
+  Bytes der = ResignOctets(CaCertificate("ber-flags", "critical,keyCertSign,cRLSign"),
+                           [](Bytes& tbs) {
+                             ReplaceOnce(tbs, Hex("55 1D 13 01 01 FF 04 05 30 03 01 01 FF"),
+                                         Hex("55 1D 13 01 01 01 04 05 30 03 01 01 01"));
+                             ReplaceOnce(tbs, Hex("55 1D 0F 01 01 FF 04 04 03 02 01 06"),
+                                         Hex("55 1D 0F 01 01 01 04 04 03 02 01 07"));
+                           },
+                           SharedPki().CaKey());
+  auto cert = Decode(der);
+  ASSERT_EQ(1, cert->OK()) << cert->Error().getstr();
+  EXPECT_EQ(obVfy_OK, cert->VerifySig(SharedPki().CaKey()));
+  EXPECT_EQ(nullptr, cert->UnhandledCritExt());
+  EXPECT_EQ(1, cert->IsCritical(&obASN_id_ce_basicConstraints));
+  EXPECT_EQ(1, cert->IsCritical(&obASN_id_ce_keyUsage));
+  ASSERT_NE(nullptr, cert->GetBasicConstraint());
+  EXPECT_EQ(1, cert->GetBasicConstraint()->IsCA());
+  ASSERT_NE(nullptr, cert->KeyUsage());
+  EXPECT_EQ((1u << obKU_keyCertSign) | (1u << obKU_cRLSign), cert->KeyUsage()->KeyUsageBits());
+  EXPECT_EQ(0, cert->HasKeyUsage(obKU_digitalSignature));
+
+  std::string openssl = SharedPki().X509Output(der, "-noout -ext basicConstraints,keyUsage");
+  EXPECT_NE(std::string::npos, openssl.find("Basic Constraints: critical\n    CA:TRUE")) << openssl;
+  EXPECT_NE(std::string::npos, openssl.find("Key Usage: critical\n    Certificate Sign, CRL Sign\n")) << openssl;
+  std::string printed = Printed(*cert, obCertHerror_All);
+  EXPECT_NE(std::string::npos, printed.find("is CA")) << printed;
+  EXPECT_NE(std::string::npos, printed.find("keyCertSign\n")) << printed;
+  EXPECT_NE(std::string::npos, printed.find("cRLSign\n")) << printed;
+  EXPECT_EQ(std::string::npos, printed.find("digitalSignature")) << printed;
+}
+
+// A keyUsage that cannot be read restricts the key to nothing; unread it would
+// have allowed every usage.
+TEST(CertBerForms, UnreadableKeyUsageAllowsNothing) {
+  Bytes der = ResignOctets(CaCertificate("bad-usage", "keyCertSign,cRLSign"),
+                           [](Bytes& tbs) {
+                             ReplaceOnce(tbs, Hex("55 1D 0F 04 04 03 02 01 06"), Hex("55 1D 0F 04 04 03 02 08 06"));
+                           },
+                           SharedPki().CaKey());
+  auto cert = Decode(der);
+  ASSERT_EQ(1, cert->OK()) << cert->Error().getstr();
+  EXPECT_EQ(obVfy_OK, cert->VerifySig(SharedPki().CaKey()));
+  for (int usage = obKU_digitalSignature; usage <= obKU_decipherOnly; ++usage)
+    EXPECT_EQ(0, cert->HasKeyUsage(static_cast<obKeyUsageType>(usage))) << usage;
 }
 
 TEST(CertThreadStress, PubKeyIsMadeOnce) {
