@@ -1,9 +1,11 @@
-// A strict DER reader over borrowed input, for hot paths that only need to
-// locate values: nothing is copied or allocated, and every element is a span
-// into the caller's bytes.
+// A DER reader over borrowed input, for hot paths that only need to locate
+// values: nothing is copied or allocated, and every element is a span into
+// the caller's bytes.
 //
-// Lengths must be definite (the long form need not be minimal), and no
-// element may claim more octets than its parent holds. Tags are packed like
+// Lengths are definite (the long form need not be minimal), or, as BER lets
+// a writer send, indefinite on a constructed element: its content then ends
+// before the end-of-contents octets and its tlv takes them in. No element
+// may claim more octets than its parent holds. Tags are packed like
 // BDecTag packs them (identifier octets, first octet lowest), so they compare
 // equal to obAsnMakeTag values.
 #ifndef NYCERT_ASN1_RUNTIME_DER_READER_H_
@@ -94,6 +96,9 @@ class NYCERT_EXPORT obDerReader {
   // Next and Read for multi-octet tags and lengths.
   bool NextLongForm(obDerElement& out);
   bool ReadLongForm(obAsnTag tag, obDerSpan& content);
+  // Next for a constructed element of indefinite length; tagLen octets of
+  // identifier stand before the 0x80.
+  bool NextIndefinite(obDerElement& out, obAsnTag tag, size_t tagLen);
   void Take(obDerElement& out, obAsnTag tag, size_t header, size_t len) {
     out.tag = tag;
     out.content = {cur_ + header, len};

@@ -15,6 +15,7 @@
 #include "nycert/asn1/modules/pkix1_implicit.h"
 #include "nycert/asn1/runtime/asn_bufset.h"
 #include "nycert/asn1/runtime/asn_int.h"
+#include "nycert/asn1/runtime/der_reader.h"
 #include "nycert/certs/basic_constraint.h"
 #include "nycert/certs/cert.h"
 #include "nycert/certs/extensions_list.h"
@@ -359,6 +360,52 @@ TEST(CertBerForms, UnreadableKeyUsageAllowsNothing) {
   EXPECT_EQ(obVfy_OK, cert->VerifySig(SharedPki().CaKey()));
   for (int usage = obKU_digitalSignature; usage <= obKU_decipherOnly; ++usage)
     EXPECT_EQ(0, cert->HasKeyUsage(static_cast<obKeyUsageType>(usage))) << usage;
+}
+
+// The TBSCertificate with its subject Name in the indefinite-length form.
+void SubjectIndefinite(Bytes& tbs) {
+  obDerReader outer(tbs.data(), tbs.size());
+  obDerSpan body;
+  ASSERT_TRUE(outer.Read(kDerSequence, body));
+  obDerReader fields(body);
+  Bytes content;
+  obDerElement field;
+  for (int i = 0; fields.Next(field); ++i) {
+    if (i != 5) {
+      content.insert(content.end(), field.tlv.data, field.tlv.data + field.tlv.size);
+      continue;
+    }
+    content.insert(content.end(), {0x30, 0x80});
+    content.insert(content.end(), field.content.data, field.content.data + field.content.size);
+    content.insert(content.end(), {0x00, 0x00});
+  }
+  tbs = Tlv(0x30, content);
+}
+
+// A Latin-1 octet in a UTF8String and a name of indefinite length (which
+// openssl will not read): both decode and verify over the octets as sent,
+// and the odd octet prints escaped.
+TEST(CertBerForms, NamesKeptAsSent) {
+  Bytes latin = ResignOctets(CaCertificate("latin-x", "keyCertSign"),
+                             [](Bytes& tbs) {
+                               ReplaceOnce(tbs, Hex("0C 07 6C 61 74 69 6E 2D 78"), Hex("0C 07 6C 61 74 69 6E 2D E9"));
+                             },
+                             SharedPki().CaKey());
+  auto cert = Decode(latin);
+  ASSERT_EQ(1, cert->OK()) << cert->Error().getstr();
+  EXPECT_EQ(obVfy_OK, cert->VerifySig(SharedPki().CaKey()));
+  EXPECT_STREQ("CN=latin-\\e9,O=Example Trust,C=US", cert->Subject()->GetStr());
+  EXPECT_NE(std::string::npos, Printed(*cert, obCertHerror_All).find("CN=latin-\\e9,")) << Printed(*cert, obCertHerror_All);
+  EXPECT_FALSE(cert->Subject()->Equal(obDN("CN=latin-x,O=Example Trust,C=US")));
+
+  Bytes indefinite = ResignOctets(CaCertificate("indefinite", "keyCertSign"), SubjectIndefinite, SharedPki().CaKey());
+  auto bent = Decode(indefinite);
+  ASSERT_EQ(1, bent->OK()) << bent->Error().getstr();
+  EXPECT_EQ(obVfy_OK, bent->VerifySig(SharedPki().CaKey()));
+  EXPECT_STREQ("CN=indefinite,O=Example Trust,C=US", bent->Subject()->GetStr());
+  EXPECT_TRUE(bent->Subject()->Equal(obDN("CN=indefinite,O=Example Trust,C=US")));
+  EXPECT_EQ(1, bent->GetBasicConstraint()->IsCA());
+  EXPECT_EQ(0, bent->HasKeyUsage(obKU_digitalSignature));
 }
 
 TEST(CertThreadStress, PubKeyIsMadeOnce) {

@@ -137,8 +137,12 @@ TEST(DnValue, PrintsTextOrHex) {
       {kBmp, std::string("\0a\0b", 4), "CN=ab"},
       {kBmp, std::string("\0\xe9", 2), "CN=#00e9"},
       {kUniversal, std::string("\0\0\0a", 4), "CN=#00000061"},
-      {kTeletex, "caf\xe9", "CN=caf\xe9"},
       {kIa5, "x#y", "CN=x\\#y"},
+      // Octets outside printable ASCII, valid for the type or not, print escaped.
+      {kTeletex, "caf\xe9", "CN=caf\\e9"},
+      {kUtf8, "caf\xe9", "CN=caf\\e9"},
+      {kPrintable, "a\x01" "b\x7f", "CN=a\\01b\\7f"},
+      {kIa5, "\xff@x", "CN=\\ff@x"},
   };
   for (const Case& c : cases) EXPECT_EQ(Str(ValueName(c.tag, c.content)), c.printed) << c.printed;
 
