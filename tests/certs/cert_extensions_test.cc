@@ -168,7 +168,8 @@ TEST(CertExtProcess, MalformedListFails) {
 }
 
 // Each value is malformed for its extension: critical it is unhandled,
-// plain it is dropped, except a keyUsage, which is kept allowing nothing.
+// plain it is dropped, except a keyUsage or an extKeyUsage, which is kept
+// allowing nothing.
 TEST(CertExtProcess, HostileValues) {
   const struct {
     const char* oid;
@@ -193,10 +194,20 @@ TEST(CertExtProcess, HostileValues) {
         obAsnOid unhandled;
         Bytes content = Cat({Ext(c.oid, critical, Hex(value)), Ext(kKU, false, Hex("03 01 00"))});
         EXPECT_EQ(Gated([&] { return Process(list, content, unhandled); }, c.message), critical ? 1 : 0) << value;
-        bool kept = !critical && c.oid == std::string(kKU);
+        bool restricts = c.oid == std::string(kKU) || c.oid == std::string(kEKU);
+        bool kept = !critical && restricts;
         EXPECT_EQ(list.Count(), critical ? 0 : kept ? 2 : 1) << c.oid << " " << value;
-        if (kept) {
+        if (kept && c.oid == std::string(kKU)) {
           EXPECT_EQ(static_cast<obKeyUsage*>(list.At(0))->KeyUsageBits(), 0u);
+        }
+        if (kept && c.oid == std::string(kEKU)) {
+          auto* purposes = static_cast<obExtKeyUsage*>(list.At(0));
+          for (int type = obEKU_serverAuth; type <= obEKU_smartCardLogon; ++type)
+            EXPECT_EQ(purposes->HasUsage(static_cast<obExtKeyUsageType>(type)), 0) << type;
+          EXPECT_TRUE(purposes->ExtKeyUsage_2_ASN().items.empty());
+          obAsnBytes received;
+          ASSERT_EQ(purposes->EncodeValue(received), 0);
+          EXPECT_EQ(ToHex(received.data(), received.size()), value);
         }
         EXPECT_EQ(Dotted(unhandled), std::string(critical ? c.oid : ""));
       }
