@@ -111,6 +111,7 @@ void obCRL::Decode() {
   obDerSpan der{imp_->buf, imp_->bufLen};
   obCrlFields& f = imp_->fields;
   if (!obParseCrlFields(der, f) || !BuildTable(*imp_) || !BuildValues(*imp_)) return SetDecodeError();
+  if (f.version < 0) return SetError("Unsupported version");
   if (!f.hasExtensions) return;
   obAsnOid unhandled;
   int rc = imp_->extensions.Process(f.extensions, obCRLExtHandlers(), unhandled);
