@@ -13,11 +13,12 @@
 
 namespace {
 
-const std::string kPki = std::string(NYCERT_TEST_DATA) + "/../../examples/data/pki";
+const std::string kChains = std::string(NYCERT_TEST_DATA) + "/chains";
 
-Bytes CrlDer(const TempDir& dir, const std::string& pem) {
-  std::string out = dir.File(pem + ".der");
-  EXPECT_TRUE(Openssl(dir.path(), "crl -in " + kPki + "/" + pem + " -outform DER -out " + out));
+// The first CRL of a chain case, made by the openssl tool.
+Bytes CrlDer(const TempDir& dir, const std::string& chainCase) {
+  std::string out = dir.File(chainCase + ".der");
+  EXPECT_TRUE(Openssl(dir.path(), "crl -in " + kChains + "/" + chainCase + "/crls.pem -outform DER -out " + out));
   return ReadBytes(out);
 }
 
@@ -80,7 +81,7 @@ class DecodeDifferential : public ::testing::Test {
     const TestPki& pki = SharedPki();
     static const std::vector<Bytes> originals = {
         pki.CaDer(), pki.Issue("diff-v1", v1), pki.Issue("diff-ca", ca), pki.Issue("diff-leaf", leaf),
-        CrlDer(dir, "root.crl.pem"), CrlDer(dir, "intermediate.crl.pem")};
+        CrlDer(dir, "crl_ee_revoked"), CrlDer(dir, "crl_ica_revoked")};
     return originals;
   }
 };
