@@ -408,6 +408,27 @@ TEST(CertBerForms, NamesKeptAsSent) {
   EXPECT_EQ(0, bent->HasKeyUsage(obKU_digitalSignature));
 }
 
+// A version past v3 is read as a number and refused after the structure;
+// an extension list broken after an unhandled critical entry fails whole.
+TEST(CertBerForms, StructureReadBeforeItIsJudged) {
+  Bytes v4 = ResignOctets(CaCertificate("v4", "keyCertSign"),
+                          [](Bytes& tbs) { ReplaceOnce(tbs, Hex("A0 03 02 01 02"), Hex("A0 03 02 01 03")); },
+                          SharedPki().CaKey());
+  auto future = Decode(v4);
+  EXPECT_EQ(0, future->OK());
+  EXPECT_STREQ("Unsupported version", future->Error());
+
+  Bytes broken = ResignOctets(CaCertificate("broken-tail", "critical,keyCertSign"),
+                              [](Bytes& tbs) {
+                                ReplaceOnce(tbs, Hex("06 03 55 1D 13 01 01 FF"), Hex("06 03 55 1D 7F 01 01 FF"));
+                                ReplaceOnce(tbs, Hex("06 03 55 1D 0F 01 01 FF"), Hex("07 03 55 1D 0F 01 01 FF"));
+                              },
+                              SharedPki().CaKey());
+  auto cert = Decode(broken);
+  EXPECT_EQ(0, cert->OK());
+  EXPECT_STREQ("Error Decoding", cert->Error());
+}
+
 TEST(CertThreadStress, PubKeyIsMadeOnce) {
   auto cert = Decode(ServerCert());
   obPKobj::UseMutex();
