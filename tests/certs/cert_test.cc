@@ -382,9 +382,8 @@ void SubjectIndefinite(Bytes& tbs) {
   tbs = Tlv(0x30, content);
 }
 
-// A Latin-1 octet in a UTF8String and a name of indefinite length (which
-// openssl will not read): both decode and verify over the octets as sent,
-// and the odd octet prints escaped.
+// A Latin-1 octet in a UTF8String and a name of indefinite length: both
+// decode and verify over the octets as sent, and the odd octet prints escaped.
 TEST(CertBerForms, NamesKeptAsSent) {
   Bytes latin = ResignOctets(CaCertificate("latin-x", "keyCertSign"),
                              [](Bytes& tbs) {
