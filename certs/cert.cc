@@ -67,13 +67,14 @@ void obCert::Decode() {
   obCertFields& f = imp_->fields;
   if (!obParseCertFields(der, f) || !BuildValues(*imp_)) return SetDecodeError();
   if (f.validityCount < 2) return SetError("No validity period");
+  // The whole structure is read before what it says is judged.
+  obAsnOid unhandled;
+  int rc = f.hasExtensions ? imp_->extensions.Process(f.extensions, obCertExtHandlers(), unhandled) : 0;
+  if (rc < 0) return SetError("Error Decoding");
+  if (f.version < 0) return SetError("Unsupported version");
   if (!IsRsaKeyAlgorithm(f.keyAlgorithm))
     return SetError(IsDsaKeyAlgorithm(f.keyAlgorithm) ? "DSA key not supported" : "Not RSA key");
   if (!obCheckRsaPublicKey(f.publicKey)) return SetError("Error decoding key");
-  if (!f.hasExtensions) return;
-  obAsnOid unhandled;
-  int rc = imp_->extensions.Process(f.extensions, obCertExtHandlers(), unhandled);
-  if (rc < 0) return SetError("Error Decoding");
   if (rc == 1) SetUnhandledExt(&unhandled);
 }
 

@@ -38,13 +38,26 @@ bool ReadPublicKeyInfo(obDerReader& r, obCertFields& out) {
   return obDerParseBitString(bits, out.publicKey, unused) && unused == 0;
 }
 
+// Version ::= INTEGER { v1(0), v2(1), v3(2) }; any other value is read as
+// -1, for the caller to refuse.
 bool ReadVersion(obDerReader& r, long& version) {
   obDerSpan explicitVersion, value;
   bool present = false;
   if (!r.ReadOptional(obDerContextCons(0), explicitVersion, present)) return false;
   if (!present) return true;
   obDerReader inner(explicitVersion);
-  return inner.Read(kDerInteger, value) && inner.AtEnd() && obDerParseSmallUint(value, version);
+  if (!inner.Read(kDerInteger, value) || !inner.AtEnd() || !obDerIsValidInteger(value)) return false;
+  if (!obDerParseSmallUint(value, version) || version > 2) version = -1;
+  return true;
+}
+
+// UniqueIdentifier ::= BIT STRING, under an implicit [n]
+bool ReadUniqueId(obDerReader& r, unsigned n) {
+  obDerSpan content, bits;
+  bool present = false;
+  unsigned unused = 0;
+  if (!r.ReadOptional(obDerContextPrim(n), content, present)) return false;
+  return !present || obDerParseBitString(content, bits, unused);
 }
 
 bool ReadExtensions(obDerReader& r, obCertFields& out) {
@@ -57,14 +70,12 @@ bool ReadExtensions(obDerReader& r, obCertFields& out) {
 
 bool ReadTbs(obDerSpan body, obCertFields& out) {
   obDerReader r(body);
-  obDerSpan innerAlgorithm, uniqueId;
+  obDerSpan innerAlgorithm;
   obDerElement issuer, subject;
-  bool present = false;
   if (!ReadVersion(r, out.version) || !r.Read(kDerInteger, out.serial) || out.serial.empty() ||
       !obReadAlgorithmId(r, innerAlgorithm) || !r.Read(kDerSequence, issuer) || !ReadValidity(r, out) ||
-      !r.Read(kDerSequence, subject) || !ReadPublicKeyInfo(r, out) ||
-      !r.ReadOptional(obDerContextPrim(1), uniqueId, present) ||
-      !r.ReadOptional(obDerContextPrim(2), uniqueId, present) || !ReadExtensions(r, out))
+      !r.Read(kDerSequence, subject) || !ReadPublicKeyInfo(r, out) || !ReadUniqueId(r, 1) || !ReadUniqueId(r, 2) ||
+      !ReadExtensions(r, out))
     return false;
   out.issuer = issuer.tlv;
   out.subject = subject.tlv;

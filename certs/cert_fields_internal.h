@@ -18,7 +18,7 @@
 
 struct obCertFields {
   obDerSpan tbs;             // the whole TBSCertificate TLV
-  long version = 0;          // the version field's value, 0 (v1) when absent
+  long version = 0;          // the version field's value, 0 (v1) when absent, -1 beyond v3
   obDerSpan serial;          // INTEGER content
   obDerSpan issuer;          // the whole Name TLV
   obDerSpan subject;         // the whole Name TLV

@@ -6,10 +6,54 @@
 #include "nycert/certs/cert.h"
 #include "nycert/certs/cert_imp_internal.h"
 #include "nycert/certs/print_text_internal.h"
-#include "nycert/keys/pubkey.h"
+#include "nycert/keys/rsa_key_formats.h"
 #include "nycert/names/name_output_internal.h"
 #include "nycert/names/obdn.h"
 #include "nycert/platform/obstream.h"
+
+namespace {
+
+constexpr unsigned kOctetsPerLine = 16;
+
+// The octets of a big-endian number as "c3:5a:...", kOctetsPerLine a line.
+void SprintOctetLines(ObStream* s, const std::string& tabs, const nyBinBuf& number) {
+  for (unsigned i = 0; i < number.Len(); ++i) {
+    bool last = i + 1 == number.Len();
+    bool lineEnd = last || i % kOctetsPerLine == kOctetsPerLine - 1;
+    s->Printf("%s%02x%s%s", i % kOctetsPerLine ? "" : tabs.c_str(), number.Data()[i], last ? "" : ":",
+              lineEnd ? "\n" : "");
+  }
+}
+
+unsigned BitLength(const nyBinBuf& magnitude) {
+  unsigned i = 0;
+  while (i < magnitude.Len() && magnitude.Data()[i] == 0) ++i;
+  if (i == magnitude.Len()) return 0;
+  unsigned bits = (magnitude.Len() - i - 1) * 8;
+  for (unsigned top = magnitude.Data()[i]; top; top >>= 1) ++bits;
+  return bits;
+}
+
+// The subject key read from its RSAPublicKey: algorithm, size, exponent
+// (decimal when it fits a long, as most do) and modulus.
+void SprintPublicKey(ObStream* s, const std::string& tabs, obDerSpan publicKey) {
+  nyBinBuf modulus, exponent;
+  if (obPublicDer2RsaPk(publicKey.data, publicKey.size, modulus, exponent) != 0) return;
+  const char* t = tabs.c_str();
+  s->Printf("%sPublic key: RSA %u bits\n", t, BitLength(modulus));
+  if (BitLength(exponent) < 64) {
+    unsigned long value = 0;
+    for (unsigned i = 0; i < exponent.Len(); ++i) value = (value << 8) | exponent.Data()[i];
+    s->Printf("%s\tExponent: %lu\n", t, value);
+  } else {
+    s->Printf("%s\tExponent:\n", t);
+    SprintOctetLines(s, tabs + "\t\t", exponent);
+  }
+  s->Printf("%s\tModulus:\n", t);
+  SprintOctetLines(s, tabs + "\t\t", modulus);
+}
+
+}  // namespace
 
 void obCert::Sprint(ObStream* s, obCertHerrorDetails details, int indent) const {
   if (!s) return;
@@ -30,11 +74,7 @@ void obCert::Sprint(ObStream* s, obCertHerrorDetails details, int indent) const 
     s->Printf("%sNot valid before: %s Local Time\n", t, obLocalTimeText(notBefore()).c_str());
     s->Printf("%sNot valid after:  %s Local Time\n", t, obLocalTimeText(notAfter()).c_str());
   }
-  obPubKey* key = imp_->pubKey.Peek();
-  if (details == obCertHerror_All && key && obDiagOn()) {
-    s->Printf("%sPubKey:\n", t);
-    key->Herror();
-  }
+  if (details == obCertHerror_All) SprintPublicKey(s, tabs, imp_->fields.publicKey);
   if (details > obCertHerror_Names) imp_->extensions.Sprint(s, indent);
 }
 

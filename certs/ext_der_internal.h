@@ -20,6 +20,10 @@ inline bool obExtReadWhole(obDerSpan value, obAsnTag tag, obDerSpan& content) {
 
 // Whether the content octets of an identifier are those of oid, compared
 // from the end: related identifiers differ in their last octets.
+// The content of an Extensions SEQUENCE holds only well-formed Extension
+// elements, whatever their values.
+bool obExtListIsWellFormed(obDerSpan extensionsContent);
+
 inline bool obExtIsOid(obDerSpan content, const obAsnOid& oid) {
   size_t n = oid.size();
   if (content.size != n) return false;

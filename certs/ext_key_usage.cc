@@ -121,11 +121,14 @@ const obAsnOid* obExtKeyUsage::ExtKeyusageOid(obExtKeyUsageType type) {
   return IsPurpose(type) ? kPurposes[type].oid : nullptr;
 }
 
+// An extKeyUsage that cannot be read still restricts the key: it is kept, as
+// received, as one that lists no purpose (and, when critical, is reported as
+// not handled).
 obExtension* obExtKeyUsage::Handle(obDerSpan value, int, int& accepted) {
   unsigned mask = 0;
   if (!ParsePurposes(value, mask)) {
     OB_HERROR("obExtKeyUsage::Handle: malformed extKeyUsage");
-    return nullptr;
+    return new obExtKeyUsage(value, 0);
   }
   accepted = 1;
   return new obExtKeyUsage(value, mask);

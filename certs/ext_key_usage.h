@@ -30,7 +30,8 @@ enum obExtKeyUsageType {
 
 class NYCERT_EXPORT obExtKeyUsage_imp : public obExtension_imp {
  public:
-  // From the DER of a checked ExtKeyUsageSyntax and the mask of its known purposes.
+  // From the DER of an ExtKeyUsageSyntax and the mask of its known purposes
+  // (0 for one that cannot be read, which is kept as received).
   obExtKeyUsage_imp(obDerSpan der, unsigned mask) : der_(der.data, der.size), mask_(mask) {}
   // From known purposes; unsupported types are reported and left out.
   obExtKeyUsage_imp(const obExtKeyUsageType* types, int count);
@@ -64,7 +65,8 @@ class NYCERT_EXPORT obExtKeyUsage : public obExtension {
   // The identifier of a type, or null for 0 and types outside 1..9.
   static const obAsnOid* ExtKeyusageOid(obExtKeyUsageType type);
 
-  // The handler of the extension's value; a malformed value gives null.
+  // The handler of the extension's value; a malformed value gives an
+  // extended key usage that lists no purpose, not accepted.
   static obExtension* Handle(obDerSpan value, int critical, int& accepted);
 
  private:

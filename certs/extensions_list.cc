@@ -94,6 +94,25 @@ void obExtensionsList::Clear() {
   entries_.clear();
 }
 
+namespace {
+
+// Reads the extensions left in r for their form only.
+bool RestIsWellFormed(obDerReader& r) {
+  obDerSpan oid, value;
+  bool critical = false;
+  while (!r.AtEnd()) {
+    if (!ReadExtension(r, oid, critical, value) || !obAsnOid::IsValidContent(oid.data, oid.size)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool obExtListIsWellFormed(obDerSpan extensionsContent) {
+  obDerReader r(extensionsContent);
+  return RestIsWellFormed(r);
+}
+
 int obExtensionsList::Process(obDerSpan extensionsContent, const obExtHandlerTable& table, obAsnOid& unhandled) {
   obDerReader r(extensionsContent);
   entries_.reserve(entries_.size() + table.count);
@@ -111,7 +130,10 @@ int obExtensionsList::Process(obDerSpan extensionsContent, const obExtHandlerTab
     std::unique_ptr<obExtension> ext(handler ? handler->handle(value, critical, accepted) : nullptr);
     if (critical && (!ext || !accepted)) {
       unhandled.SetContent(oid.data, oid.size);
-      return 1;
+      // The rest is still read, so a list that is not one fails whatever it holds.
+      if (RestIsWellFormed(r)) return 1;
+      OB_HERROR("obExtensionsList::Process: malformed extension after an unhandled critical one");
+      return -1;
     }
     if (ext) {
       entries_.emplace_back();

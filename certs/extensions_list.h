@@ -61,7 +61,8 @@ class NYCERT_EXPORT obExtensionsList {
   // Runs the content octets of an Extensions SEQUENCE through table, adding
   // what the handlers return. 0 when processing reached the end; 1 when it
   // stopped at a critical extension nobody handled, whose OID goes to
-  // unhandled; -1 when the DER is malformed.
+  // unhandled (the rest is only checked for form); -1 when the DER is
+  // malformed.
   int Process(obDerSpan extensionsContent, const obExtHandlerTable& table, obAsnOid& unhandled);
   // The same over a decoded sequence, with the certificate table.
   int Set(const obASN_Extensions& extensions, obAsnOid& unhandled);

@@ -14,10 +14,12 @@ constexpr int kUsageCount = sizeof kUsageNames / sizeof kUsageNames[0];
 
 bool IsUsage(int type) { return type >= 0 && type < kUsageCount; }
 
-// Bit n of a BIT STRING is the top bit of octet n / 8 counted from the left.
-unsigned MaskFromBits(obDerSpan bits) {
+// Bit n of a BIT STRING is the top bit of octet n / 8 counted from the left;
+// the unused bits at the end are not read, whatever they hold.
+unsigned MaskFromBits(obDerSpan bits, unsigned unused) {
   unsigned mask = 0;
-  for (int n = 0; n < kUsageCount && static_cast<size_t>(n / 8) < bits.size; ++n) {
+  size_t count = bits.size * 8 - unused;
+  for (int n = 0; n < kUsageCount && static_cast<size_t>(n) < count; ++n) {
     if (bits.data[n / 8] & (0x80 >> (n % 8))) mask |= 1u << n;
   }
   return mask;
@@ -55,13 +57,15 @@ unsigned obKeyUsage::KeyUsageBits() const { return data_.KeyUsageBits(); }
 int obKeyUsage::HasUsage(obKeyUsageType type) const { return data_.HasUsage(type); }
 const char* obKeyUsage::KeyusageStr(obKeyUsageType type) { return IsUsage(type) ? kUsageNames[type] : nullptr; }
 
+// A keyUsage that cannot be read still restricts the key: it is kept as one
+// that allows nothing (and, when critical, is reported as not handled).
 obExtension* obKeyUsage::Handle(obDerSpan value, int, int& accepted) {
   obDerSpan content, bits;
   unsigned unused = 0;
   if (!obExtReadWhole(value, kDerBitString, content) || !obDerParseBitString(content, bits, unused)) {
     OB_HERROR("obKeyUsage::Handle: malformed keyUsage");
-    return nullptr;
+    return new obKeyUsage(0);
   }
   accepted = 1;
-  return new obKeyUsage(MaskFromBits(bits));
+  return new obKeyUsage(MaskFromBits(bits, unused));
 }

@@ -54,7 +54,8 @@ class NYCERT_EXPORT obKeyUsage : public obExtension {
   // The name of a usage ("digitalSignature", ...), or null outside 0..8.
   static const char* KeyusageStr(obKeyUsageType type);
 
-  // The handler of the extension's value; a malformed value gives null.
+  // The handler of the extension's value; a malformed value gives a key
+  // usage that allows nothing, not accepted.
   static obExtension* Handle(obDerSpan value, int critical, int& accepted);
 
  private:

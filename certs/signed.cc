@@ -82,7 +82,7 @@ bool obReadAlgorithmId(obDerReader& r, obDerSpan& oid) {
   obDerElement parameters;
   if (!r.Read(kDerSequence, body)) return false;
   obDerReader alg(body);
-  if (!alg.Read(kDerOid, oid) || oid.empty()) return false;
+  if (!alg.Read(kDerOid, oid) || !obAsnOid::IsValidContent(oid.data, oid.size)) return false;
   return alg.AtEnd() || (alg.Next(parameters) && alg.AtEnd());
 }
 

@@ -3,9 +3,9 @@
 # module or the compiler regenerates them.
 find_package(Python3 3.9 REQUIRED COMPONENTS Interpreter)
 
-set(NYCERT_ASN1_COMPILER ${CMAKE_SOURCE_DIR}/asn1/compiler/genasn1.py)
+set(NYCERT_ASN1_COMPILER ${PROJECT_SOURCE_DIR}/asn1/compiler/genasn1.py)
 file(GLOB NYCERT_ASN1_COMPILER_SOURCES CONFIGURE_DEPENDS
-  ${NYCERT_ASN1_COMPILER} ${CMAKE_SOURCE_DIR}/asn1/compiler/nyasn1/*.py)
+  ${NYCERT_ASN1_COMPILER} ${PROJECT_SOURCE_DIR}/asn1/compiler/nyasn1/*.py)
 
 # nycert_asn1_generate(<var> OUT_DIR <dir> INCLUDE_PREFIX <prefix> MODULES <file>...
 #                      [IMPORTS <file>... IMPORT_PREFIX <prefix>])

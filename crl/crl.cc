@@ -38,12 +38,16 @@ namespace {
 // the cache misses of a large table overlap.
 constexpr size_t kPrefetchAhead = 8;
 
+// An entry whose date is not a valid time fails the CRL: read later, it
+// would leave a listed serial without a revocation date.
 bool ReadEntries(obDerSpan revoked, std::vector<obCRLEntry>& entries) {
   obDerReader r(revoked);
   obDerSpan serial, date;
+  long seconds = 0;
   while (!r.AtEnd()) {
     if (!obReadRevokedEntry(r, serial, date)) return false;
     entries.emplace_back(serial, date);
+    if (entries.back().RevocationDate(&seconds) != 0) return false;
   }
   return true;
 }
@@ -107,6 +111,7 @@ void obCRL::Decode() {
   obDerSpan der{imp_->buf, imp_->bufLen};
   obCrlFields& f = imp_->fields;
   if (!obParseCrlFields(der, f) || !BuildTable(*imp_) || !BuildValues(*imp_)) return SetDecodeError();
+  if (f.version < 0) return SetError("Unsupported version");
   if (!f.hasExtensions) return;
   obAsnOid unhandled;
   int rc = imp_->extensions.Process(f.extensions, obCRLExtHandlers(), unhandled);

@@ -44,7 +44,7 @@ class NYCERT_EXPORT obCRLEntry {
   // The serial number's INTEGER content octets as the CRL writes them.
   obDerSpan Serial() const { return {serial_, serialLen_}; }
   // The revocation date in seconds since 1970: 0, or -1 (reported) when it
-  // is not a valid time.
+  // is not a valid time, which a decoded CRL never holds.
   int RevocationDate(long* when) const;
 
  private:

@@ -17,11 +17,16 @@ bool CountRevoked(obDerSpan revoked, size_t& count) {
   return true;
 }
 
+// Version ::= INTEGER { v1(0), v2(1), v3(2) }; a CRL is v1 or v2, and any
+// other value is read as -1, for the caller to refuse.
 bool ReadVersion(obDerReader& r, long& version) {
   obDerSpan value;
   bool present = false;
   if (!r.ReadOptional(kDerInteger, value, present)) return false;
-  return !present || (obDerParseSmallUint(value, version) && version <= 1);
+  if (!present) return true;
+  if (!obDerIsValidInteger(value)) return false;
+  if (!obDerParseSmallUint(value, version) || version > 1) version = -1;
+  return true;
 }
 
 bool ReadExtensions(obDerReader& r, obCrlFields& out) {

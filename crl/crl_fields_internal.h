@@ -16,10 +16,11 @@
 #include <cstddef>
 
 #include "nycert/asn1/runtime/der_reader.h"
+#include "nycert/certs/ext_der_internal.h"
 
 struct obCrlFields {
   obDerSpan tbs;     // the whole TBSCertList TLV
-  long version = 0;  // the version field's value, 0 (v1) when absent
+  long version = 0;  // the version field's value, 0 (v1) when absent, -1 beyond v2
   obDerSpan issuer;  // the whole Name TLV
   obDerElement thisUpdate;
   bool hasNextUpdate = false;
@@ -47,7 +48,8 @@ inline bool obReadRevokedEntry(obDerReader& r, obDerSpan& serial, obDerSpan& dat
   const unsigned char* dateStart = serial.data + serial.size;
   if (!fields.Read(kDerUtcTime, time) && !fields.Read(kDerGeneralizedTime, time)) return false;
   date = {dateStart, static_cast<size_t>(time.data + time.size - dateStart)};
-  return fields.AtEnd() || (fields.Read(kDerSequence, extensions) && fields.AtEnd());
+  return fields.AtEnd() || (fields.Read(kDerSequence, extensions) && fields.AtEnd() &&
+                            obExtListIsWellFormed(extensions));
 }
 
 #endif  // NYCERT_CRL_CRL_FIELDS_INTERNAL_H_

@@ -12,10 +12,11 @@
 
 namespace {
 
-// "Certificate #<serial>" and "\tRevoked at <time>" for each entry of the table.
+// "Certificate #<serial>" and "\tRevoked at <time>" for each entry of the
+// table; a CRL that lists nothing has no table.
 void SprintEntries(ObStream* s, const std::string& tabs, const HashTable* table) {
   if (!table) {
-    OB_HERROR("%s: no h_table, internal problem.", "obCRL::Sprint");
+    s->Printf("%sNo revoked certificates\n", tabs.c_str());
     return;
   }
   for (size_t i = 0; i < hash_count(table); ++i) {

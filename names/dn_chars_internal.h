@@ -36,4 +36,8 @@ inline bool obDNNeedsEscape(int c) {
   }
 }
 
+// Octets a printed text value writes as a backslash and two hex digits:
+// controls other than line feed, DEL, and everything above ASCII.
+inline bool obDNIsOddOctet(unsigned char c) { return (c < 0x20 && c != '\n') || c >= 0x7F; }
+
 #endif  // NYCERT_NAMES_DN_CHARS_INTERNAL_H_

@@ -87,7 +87,7 @@ int obDNValueReduce(const obASN_DirectoryString& value, obDNValue& out) {
       out.binary = true;
       break;
     case obASN_DirectoryString::utf8StringCid:
-      out.binary = !AllBelow80(out.data, out.size);
+      out.binary = !AllBelow80(out.data, out.size) && chosen->Check();
       break;
     case obASN_DirectoryString::bmpStringCid:
       out.binary = !Ucs2IsAscii(out.data, out.size);
@@ -110,9 +110,15 @@ void obDNValueAppend(std::string& out, const obDNValue& value, bool escape) {
     return;
   }
   for (unsigned long i = 0; i < value.TextLen(); ++i) {
-    char c = static_cast<char>(value.TextAt(i));
+    unsigned char c = value.TextAt(i);
+    if (escape && obDNIsOddOctet(c)) {
+      out += '\\';
+      out += kHex[c >> 4];
+      out += kHex[c & 0x0F];
+      continue;
+    }
     if (escape && obDNNeedsEscape(c)) out += '\\';
-    out += c;
+    out += static_cast<char>(c);
   }
 }
 

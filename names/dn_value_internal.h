@@ -5,8 +5,9 @@
 //       universalString [2], utf8String [3], bmpString [4], ia5String [5] }
 //
 // Teletex, Printable and IA5 values are text; a UniversalString is binary; a
-// UTF8String is text when every octet is below 0x80 and a BMPString when
-// every character is, else they are binary.
+// UTF8String is text when every octet is below 0x80 or when it is not valid
+// UTF-8 (as received), and a BMPString when every character is below 0x80,
+// else they are binary.
 #ifndef NYCERT_NAMES_DN_VALUE_INTERNAL_H_
 #define NYCERT_NAMES_DN_VALUE_INTERNAL_H_
 
@@ -29,9 +30,10 @@ struct obDNValue {
 // Reduces value: 0, or -1 (reported) when no known alternative is chosen.
 int obDNValueReduce(const obASN_DirectoryString& value, obDNValue& out);
 
-// Appends the printed form of value. Text is copied, with a backslash before
-// each of , + = line-feed < > # ; when escape is set; binary values are "#"
-// and two lower-case hex digits per content octet.
+// Appends the printed form of value. Text is copied; when escape is set a
+// backslash goes before each of , + = line-feed < > # ; and octets
+// outside printable ASCII become a backslash and two lower-case hex digits.
+// Binary values are "#" and two lower-case hex digits per content octet.
 void obDNValueAppend(std::string& out, const obDNValue& value, bool escape);
 
 // Equality of reduced values: both text and equal ignoring case and leading

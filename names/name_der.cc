@@ -1,5 +1,8 @@
 #include "nycert/names/name_der_internal.h"
 
+#include "nycert/asn1/modules/pkix1_explicit.h"
+#include "nycert/asn1/runtime/asn_bufset.h"
+
 #include "nycert/asn1/runtime/asn_oid.h"
 #include "nycert/asn1/runtime/asn_string.h"
 #include "nycert/asn1/runtime/der_reader.h"
@@ -24,14 +27,14 @@ const obAsnStringKind* ValueKind(obAsnTag tag) {
 }
 
 // AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value DirectoryString }
-// The value is a primitive string of one of those kinds that passes its check.
+// The value is a primitive string of one of those kinds, its content kept as
+// received whether or not it passes the kind's check.
 bool ValidAssertion(obDerSpan content) {
   obDerReader r(content);
   obDerSpan type, value;
   if (!r.Read(kDerOid, type) || !obAsnOid::IsValidContent(type.data, type.size)) return false;
   obAsnTag tag = r.PeekTag();
-  const obAsnStringKind* kind = ValueKind(tag);
-  return kind && r.Read(tag, value) && r.AtEnd() && kind->check(value.data, value.size);
+  return ValueKind(tag) && r.Read(tag, value) && r.AtEnd();
 }
 
 // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
@@ -45,11 +48,8 @@ bool ValidRdn(obDerSpan content) {
   return true;
 }
 
-}  // namespace
-
 // RDNSequence ::= SEQUENCE OF RelativeDistinguishedName
-int obNameDerCount(const unsigned char* der, size_t len) {
-  if (!der) return -1;
+int CountInPlace(const unsigned char* der, size_t len) {
   obDerReader outer(der, len);
   obDerSpan rdns;
   if (!outer.Read(kDerSequence, rdns) || !outer.AtEnd()) return -1;
@@ -61,4 +61,21 @@ int obNameDerCount(const unsigned char* der, size_t len) {
     ++count;
   }
   return count;
+}
+
+// The forms left to the tree decoder, such as strings in constructed segments.
+int CountDecoded(const unsigned char* der, size_t len) {
+  obASN_RDNSequence tree;
+  if (obAsnDecode(tree, der, len) < 0) return -1;
+  for (const obASN_RelativeDistinguishedName& rdn : tree.items)
+    if (rdn.empty()) return -1;
+  return static_cast<int>(tree.size());
+}
+
+}  // namespace
+
+int obNameDerCount(const unsigned char* der, size_t len) {
+  if (!der) return -1;
+  int count = CountInPlace(der, len);
+  return count >= 0 ? count : CountDecoded(der, len);
 }

@@ -5,17 +5,18 @@
 //   RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
 //   AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value DirectoryString }
 //
-// Whatever it accepts decodes into obASN_RDNSequence. It is stricter than
-// that decoder: it refuses BER forms (indefinite lengths, constructed
-// strings) and empty RDNs. Like the rest of certificate decoding it takes
-// definite lengths in a longer form than needed.
+// It accepts what obASN_RDNSequence decodes except empty RDNs: names in DER,
+// long-form and indefinite lengths, and values kept as received when they
+// fail their string type's check are read in place; the forms it cannot
+// read in place (strings in constructed segments) go to the tree decoder.
 #ifndef NYCERT_NAMES_NAME_DER_INTERNAL_H_
 #define NYCERT_NAMES_NAME_DER_INTERNAL_H_
 
 #include <cstddef>
 
 // The number of RDNs of the name that fills the len octets at der exactly,
-// or -1 when they are not one. Allocates nothing and reports nothing.
+// or -1 when they are not one. Allocates and reports nothing for the forms
+// read in place.
 int obNameDerCount(const unsigned char* der, size_t len);
 
 #endif  // NYCERT_NAMES_NAME_DER_INTERNAL_H_

@@ -61,18 +61,21 @@ obCRL* DecodeCrl(const std::vector<unsigned char>& der) {
   return new obCRL(der.data(), static_cast<unsigned>(der.size()));
 }
 
-// DER without a label is a certificate unless it only decodes as a CRL.
+// DER without a label is a certificate unless it only decodes as a CRL;
+// when it is neither, both reasons are given.
 bool ShowUnlabelled(const std::string& path, int index, const ToolObject& object, obCertHerrorDetails details) {
   obCert* cert = new obCert(object.der.data(), static_cast<unsigned>(object.der.size()));
-  if (!cert->OK()) {
-    obCRL* crl = DecodeCrl(object.der);
-    if (crl->OK()) {
-      obFreeSigned(cert);
-      return ShowDecoded(path, index, "CRL", crl, details);
-    }
-    obFreeSigned(crl);
+  if (cert->OK()) return ShowDecoded(path, index, "certificate", cert, details);
+  obCRL* crl = DecodeCrl(object.der);
+  if (crl->OK()) {
+    obFreeSigned(cert);
+    return ShowDecoded(path, index, "CRL", crl, details);
   }
-  return ShowDecoded(path, index, "certificate", cert, details);
+  std::fprintf(stderr, "nycert show: %s: object %d is neither a certificate (%s) nor a CRL (%s)\n", path.c_str(),
+               index, cert->Error().getstr(), crl->Error().getstr());
+  obFreeSigned(cert);
+  obFreeSigned(crl);
+  return false;
 }
 
 // Prints the certificates and then the CRLs of a PKCS#7 bundle, numbered

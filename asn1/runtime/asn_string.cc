@@ -164,7 +164,7 @@ int obAsnString::BDecContent(obAsnReadBuf& b, obAsnTag tag, obAsnLen len, unsign
     OB_HERROR("%s::BDecContent attempt to decode content failed", kind_->name);
     return -1;
   }
-  if (!Check()) {
+  if (!KeepsUnchecked() && !Check()) {
     OB_HERROR("%s::BDecContent content not allowed in this type before offset = %d", kind_->name, b.Offset());
     content_.Clear();
     return -1;

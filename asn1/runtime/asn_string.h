@@ -2,8 +2,9 @@
 //
 // obAsnString does the work for all of them: the content is stored as
 // octets, decoded like an OCTET STRING (primitive, or constructed BER
-// segments) under the type's own universal tag, checked against the type's
-// character set, and encoded primitive (DER). A concrete type only supplies
+// segments) under the type's own universal tag and kept as received, checked
+// against the type's character set when set or encoded, and encoded
+// primitive (DER). A concrete type only supplies
 // an obAsnStringKind: its name, tag, content check and print form.
 #ifndef NYCERT_ASN1_RUNTIME_ASN_STRING_H_
 #define NYCERT_ASN1_RUNTIME_ASN_STRING_H_
@@ -42,7 +43,9 @@ class NYCERT_EXPORT obAsnString : public obAsnType {
   int BEnc(obAsnWriteBuf& b) const override;
   int Sprint(ObStream* s, int indent) const override;
 
-  // Content that fails the type's check is refused when decoded and when encoded.
+  // Decoded content is kept as received, even when it fails the type's check
+  // (writers do send such names), unless KeepsUnchecked() says otherwise;
+  // Check() tells. Encoding refuses it.
   int BDecContent(obAsnReadBuf& b, obAsnTag tag, obAsnLen len, unsigned long& bytesDecoded);
   int BEncContent(obAsnWriteBuf& b) const;
 
@@ -62,6 +65,9 @@ class NYCERT_EXPORT obAsnString : public obAsnType {
   bool operator!=(const obAsnString& other) const { return Equal(other) == 0; }
 
  protected:
+  // Whether decoding keeps content that fails the check: text does, values
+  // with a meaning (times) do not.
+  virtual bool KeepsUnchecked() const { return true; }
   // Content given at construction is taken unchecked; encoding checks it.
   explicit obAsnString(const obAsnStringKind& kind) : kind_(&kind) {}
   obAsnString(const obAsnStringKind& kind, const unsigned char* p, unsigned long n) : kind_(&kind), content_(p, n) {}

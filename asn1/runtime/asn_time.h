@@ -35,6 +35,8 @@ class NYCERT_EXPORT obAsnTime : public obAsnString {
   int Sprint(ObStream* s, int indent) const override;
 
  protected:
+  // A time that cannot be read is refused, never kept.
+  bool KeepsUnchecked() const override { return false; }
   explicit obAsnTime(const obAsnTimeKind& kind) : obAsnString(kind) {}
   obAsnTime(const obAsnTimeKind& kind, const unsigned char* p, unsigned long n) : obAsnString(kind, p, n) {}
   obAsnTime(const obAsnTimeKind& kind, const char* text) : obAsnString(kind, text) {}

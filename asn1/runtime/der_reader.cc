@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "nycert/asn1/runtime/asn_buf.h"
+
 bool obDerSpan::Equal(const unsigned char* p, size_t n) const {
   return size == n && (n == 0 || std::memcmp(data, p, n) == 0);
 }
@@ -38,6 +40,38 @@ size_t ParseLength(const unsigned char* p, const unsigned char* end, size_t& len
   return count + 1;
 }
 
+// The content of an indefinite-length element that starts at p: the nested
+// elements up to the end-of-contents octets, which close every nested
+// indefinite length too. Returns the content's octet count and sets eocEnd
+// past the end-of-contents octets, or returns false.
+bool MeasureIndefinite(const unsigned char* p, const unsigned char* end, unsigned depth, size_t& content,
+                       const unsigned char*& eocEnd) {
+  if (depth > kAsnMaxDepth) return false;
+  const unsigned char* start = p;
+  while (end - p >= 2) {
+    if (p[0] == 0x00) {
+      if (p[1] != 0x00) return false;
+      content = static_cast<size_t>(p - start);
+      eocEnd = p + 2;
+      return true;
+    }
+    obAsnTag tag = kAsnBadTag;
+    size_t tagLen = ParseTag(p, end, tag);
+    if (!tagLen || p + tagLen == end) return false;
+    p += tagLen;
+    if (p[0] == 0x80) {
+      size_t inner = 0;
+      if (!obAsnTagIsConstructed(tag) || !MeasureIndefinite(p + 1, end, depth + 1, inner, p)) return false;
+      continue;
+    }
+    size_t len = 0;
+    size_t lenLen = ParseLength(p, end, len);
+    if (!lenLen || len > static_cast<size_t>(end - p) - lenLen) return false;
+    p += lenLen + len;
+  }
+  return false;
+}
+
 }  // namespace
 
 obAsnTag obDerReader::PeekLongTag() const {
@@ -49,12 +83,24 @@ bool obDerReader::NextLongForm(obDerElement& out) {
   obAsnTag tag = kAsnBadTag;
   size_t tagLen = ParseTag(cur_, end_, tag);
   if (!tagLen) return false;
+  if (cur_ + tagLen != end_ && cur_[tagLen] == 0x80) return NextIndefinite(out, tag, tagLen);
   size_t len = 0;
   size_t lenLen = ParseLength(cur_ + tagLen, end_, len);
   if (!lenLen) return false;
   size_t header = tagLen + lenLen;
   if (len > static_cast<size_t>(end_ - cur_) - header) return false;
   Take(out, tag, header, len);
+  return true;
+}
+
+bool obDerReader::NextIndefinite(obDerElement& out, obAsnTag tag, size_t tagLen) {
+  size_t len = 0;
+  const unsigned char* after = nullptr;
+  if (!obAsnTagIsConstructed(tag) || !MeasureIndefinite(cur_ + tagLen + 1, end_, 1, len, after)) return false;
+  out.tag = tag;
+  out.content = {cur_ + tagLen + 1, len};
+  out.tlv = {cur_, static_cast<size_t>(after - cur_)};
+  cur_ = after;
   return true;
 }
 
@@ -76,8 +122,8 @@ bool obDerReader::ReadOptional(obAsnTag tag, obDerSpan& content, bool& present) 
 }
 
 bool obDerParseBool(obDerSpan content, bool& out) {
-  if (content.size != 1 || (content.data[0] != 0x00 && content.data[0] != 0xFF)) return false;
-  out = content.data[0] == 0xFF;
+  if (content.size != 1) return false;
+  out = content.data[0] != 0x00;
   return true;
 }
 
@@ -107,7 +153,5 @@ bool obDerParseBitString(obDerSpan content, obDerSpan& bits, unsigned& unusedBit
   if (content.empty()) return false;
   unusedBits = content.data[0];
   bits = {content.data + 1, content.size - 1};
-  if (unusedBits > 7 || (bits.empty() && unusedBits != 0)) return false;
-  unsigned char mask = static_cast<unsigned char>((1u << unusedBits) - 1);
-  return bits.empty() || (bits.data[bits.size - 1] & mask) == 0;
+  return unusedBits <= 7 && !(bits.empty() && unusedBits != 0);
 }

@@ -1,9 +1,11 @@
-// A strict DER reader over borrowed input, for hot paths that only need to
-// locate values: nothing is copied or allocated, and every element is a span
-// into the caller's bytes.
+// A DER reader over borrowed input, for hot paths that only need to locate
+// values: nothing is copied or allocated, and every element is a span into
+// the caller's bytes.
 //
-// Lengths must be definite (the long form need not be minimal), and no
-// element may claim more octets than its parent holds. Tags are packed like
+// Lengths are definite (the long form need not be minimal), or, as BER lets
+// a writer send, indefinite on a constructed element: its content then ends
+// before the end-of-contents octets and its tlv takes them in. No element
+// may claim more octets than its parent holds. Tags are packed like
 // BDecTag packs them (identifier octets, first octet lowest), so they compare
 // equal to obAsnMakeTag values.
 #ifndef NYCERT_ASN1_RUNTIME_DER_READER_H_
@@ -94,6 +96,9 @@ class NYCERT_EXPORT obDerReader {
   // Next and Read for multi-octet tags and lengths.
   bool NextLongForm(obDerElement& out);
   bool ReadLongForm(obAsnTag tag, obDerSpan& content);
+  // Next for a constructed element of indefinite length; tagLen octets of
+  // identifier stand before the 0x80.
+  bool NextIndefinite(obDerElement& out, obAsnTag tag, size_t tagLen);
   void Take(obDerElement& out, obAsnTag tag, size_t header, size_t len) {
     out.tag = tag;
     out.content = {cur_ + header, len};
@@ -107,14 +112,16 @@ class NYCERT_EXPORT obDerReader {
 
 // Content checks for values read with obDerReader.
 
-// BOOLEAN in DER: one octet, 0x00 or 0xFF.
+// BOOLEAN: one octet, and as BER reads it any non-zero value is TRUE (DER
+// writes 0xFF, but certificates in use carry 0x01 and are signed that way).
 NYCERT_EXPORT bool obDerParseBool(obDerSpan content, bool& out);
 // An INTEGER's content is non-empty and minimal (no redundant leading octet).
 NYCERT_EXPORT bool obDerIsValidInteger(obDerSpan content);
 // A non-negative INTEGER that fits in a long.
 NYCERT_EXPORT bool obDerParseSmallUint(obDerSpan content, long& out);
-// BIT STRING content: the unused-bit count (0..7, 0 when empty, unused bits
-// zero as DER wants) followed by the bits; out gets the octets after the count.
+// BIT STRING content: the unused-bit count (0..7, 0 when empty) followed by
+// the bits; out gets the octets after the count. Unused bits that are set, which
+// DER forbids and BER allows, are let through: readers ignore them.
 NYCERT_EXPORT bool obDerParseBitString(obDerSpan content, obDerSpan& bits, unsigned& unusedBits);
 
 #endif  // NYCERT_ASN1_RUNTIME_DER_READER_H_

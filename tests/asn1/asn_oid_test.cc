@@ -6,6 +6,7 @@
 
 #include "asn_value_util.h"
 #include "nycert/asn1/runtime/asn_oid.h"
+#include "support/test_support.h"
 
 namespace {
 
@@ -115,7 +116,7 @@ std::vector<unsigned char> ContentWithArc(const std::vector<unsigned char>& magn
 }
 
 TEST(ObAsnOidText, LargeArcsPrintExactlyHugeOnesFailQuickly) {
-  std::mt19937 rng(99);
+  std::mt19937 rng(LoggedSeed(99));
   for (int round = 0; round < 50; ++round) {
     std::vector<unsigned char> magnitude(1 + rng() % 200);
     for (unsigned char& octet : magnitude) octet = static_cast<unsigned char>(rng());
@@ -172,7 +173,7 @@ TEST(ObAsnOidValue, EqualityOrderAndCopies) {
 
 TEST(ObAsnOidCodec, HostileInputRandomArcsAndOpensslPeer) {
   ExpectHostileInputHandled<obAsnOid>(0x06, "06 09 2A 86 48 86 F7 0D 01 01 0B", 7);
-  std::mt19937_64 rng(7);
+  std::mt19937_64 rng(LoggedSeed(7));
   for (int round = 0; round < 1000; ++round) {
     unsigned long arcs[8] = {rng() % 3, rng() % 40};
     unsigned count = 2 + static_cast<unsigned>(rng() % 7);

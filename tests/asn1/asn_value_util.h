@@ -13,9 +13,11 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "nycert/asn1/runtime/asn_bufset.h"
+#include "nycert/asn1/runtime/asn_string.h"
 #include "nycert/platform/obstream.h"
 #include "support/test_support.h"
 
@@ -148,6 +150,13 @@ inline void ExpectEncodeFailures(const obAsnType& value,
 // Hostile input for T: every proper prefix of valid fails, and random octets
 // (every other round starting with tag and a fitting length) either fail or
 // give a value that measures as it writes and decodes again from its own DER.
+// Strings keep decoded content that fails their check and refuse to write it.
+template <typename T>
+bool Writable(const T& value) {
+  if constexpr (std::is_base_of<obAsnString, T>::value) return value.Check() != 0;
+  return true;
+}
+
 template <typename T>
 void ExpectHostileInputHandled(unsigned char tag, const std::string& valid, unsigned seed) {
   DiagCapture diag(false);
@@ -156,7 +165,7 @@ void ExpectHostileInputHandled(unsigned char tag, const std::string& valid, unsi
     T value;
     EXPECT_EQ(DecodeExact(value, std::vector<unsigned char>(der.begin(), der.begin() + cut)), -1) << "cut " << cut;
   }
-  std::mt19937 rng(seed);
+  std::mt19937 rng(LoggedSeed(seed));
   for (int round = 0; round < 3000; ++round) {
     std::vector<unsigned char> input(rng() % 24);
     for (unsigned char& octet : input) octet = static_cast<unsigned char>(rng());
@@ -167,6 +176,7 @@ void ExpectHostileInputHandled(unsigned char tag, const std::string& valid, unsi
     T value;
     if (DecodeExact(value, input) != 0) continue;
     SCOPED_TRACE(ToHex(input.data(), input.size()));
+    if (!Writable(value)) continue;
     EXPECT_TRUE(MeasureMatchesWrite(value));
     T again;
     ASSERT_EQ(DecodeHex(again, EncodeHex(value)), 0);

@@ -17,19 +17,6 @@ using Lines = std::vector<std::string>;
 
 }  // namespace
 
-TEST(OsDiagGate, OpensOnDebugOrThresholdFour) {
-  struct Case {
-    int debug, thr;
-    bool open;
-  } cases[] = {{0, 0, false}, {0, 3, false}, {0, 4, true}, {0, 9, true}, {1, 0, true}, {-1, -5, true}};
-  for (const Case& c : cases) {
-    DiagCapture diag;  // restores the switches
-    dodebugprt = c.debug;
-    g_MsgTypeThr = c.thr;
-    EXPECT_EQ(obDiagOn(), c.open) << "dodebugprt=" << c.debug << " g_MsgTypeThr=" << c.thr;
-  }
-}
-
 TEST(OsDiagGate, ShutGateSkipsTheCallAndItsArguments) {
   g_argument_builds = 0;
   EXPECT_EQ(Gated(

@@ -153,7 +153,7 @@ TEST(CertExtProcess, UnknownCriticalStopsUnknownPlainIsDroppedIgnoredIsSkipped) 
 TEST(CertExtProcess, MalformedListFails) {
   for (const char* hex : {
            "30 03 06 01",                             // truncated
-           "30 0B 06 03 55 1D 13 01 01 01 04 01 00",  // BOOLEAN not DER
+           "30 0C 06 03 55 1D 13 01 02 FF FF 04 01 00",  // BOOLEAN of two octets
            "30 05 06 03 55 1D 13",                    // no extnValue
            "30 0B 06 03 55 1D 13 04 02 30 00 05 00",  // an extra field
            "30 07 06 00 04 03 30 01 00",              // empty identifier
@@ -168,7 +168,8 @@ TEST(CertExtProcess, MalformedListFails) {
 }
 
 // Each value is malformed for its extension: critical it is unhandled,
-// plain it is dropped, except basicConstraints, kept as those of no CA.
+// plain it is dropped, except those that restrict: a keyUsage or an
+// extKeyUsage is kept allowing nothing, a basicConstraints as no CA's.
 TEST(CertExtProcess, HostileValues) {
   const struct {
     const char* oid;
@@ -176,8 +177,8 @@ TEST(CertExtProcess, HostileValues) {
     std::vector<const char*> values;
   } cases[] = {
       {kBC, "obBasicConstraint::Handle: malformed basicConstraints",
-       {"30 03 01 01 01", "30 03 02 01 FF", "30 07 02 05 00 80 00 00 00", "30 06 02 01 01 01 01 FF"}},
-      {kKU, "obKeyUsage::Handle: malformed keyUsage", {"04 02 07 80", "03 02 07 81"}},
+       {"30 04 01 02 FF FF", "30 03 02 01 FF", "30 07 02 05 00 80 00 00 00", "30 06 02 01 01 01 01 FF"}},
+      {kKU, "obKeyUsage::Handle: malformed keyUsage", {"04 02 07 80", "03 02 08 80", "03 01 07"}},
       {kEKU, "obExtKeyUsage::Handle: malformed extKeyUsage", {"30 00", "30 02 06 00"}},
       {kSAN, "obExtGN::HandleSubjectAltName: malformed subjectAltName", {"30 00", "30 02 89 00", "30 02 A4 00"}},
       {kSKI, "obExtKeyID::HandleSubjectKeyId: malformed subjectKeyIdentifier", {"30 00"}},
@@ -193,10 +194,23 @@ TEST(CertExtProcess, HostileValues) {
         obAsnOid unhandled;
         Bytes content = Cat({Ext(c.oid, critical, Hex(value)), Ext(kKU, false, Hex("03 01 00"))});
         EXPECT_EQ(Gated([&] { return Process(list, content, unhandled); }, c.message), critical ? 1 : 0) << value;
-        bool kept = !critical && c.oid == std::string(kBC);
+        bool restricts = c.oid == std::string(kKU) || c.oid == std::string(kEKU) || c.oid == std::string(kBC);
+        bool kept = !critical && restricts;
         EXPECT_EQ(list.Count(), critical ? 0 : kept ? 2 : 1) << c.oid << " " << value;
-        if (kept) {
+        if (kept && c.oid == std::string(kBC)) {
           EXPECT_EQ(static_cast<obBasicConstraint*>(list.At(0))->IsCA(), 0);
+        }
+        if (kept && c.oid == std::string(kKU)) {
+          EXPECT_EQ(static_cast<obKeyUsage*>(list.At(0))->KeyUsageBits(), 0u);
+        }
+        if (kept && c.oid == std::string(kEKU)) {
+          auto* purposes = static_cast<obExtKeyUsage*>(list.At(0));
+          for (int type = obEKU_serverAuth; type <= obEKU_smartCardLogon; ++type)
+            EXPECT_EQ(purposes->HasUsage(static_cast<obExtKeyUsageType>(type)), 0) << type;
+          EXPECT_TRUE(purposes->ExtKeyUsage_2_ASN().items.empty());
+          obAsnBytes received;
+          ASSERT_EQ(purposes->EncodeValue(received), 0);
+          EXPECT_EQ(ToHex(received.data(), received.size()), value);
         }
         EXPECT_EQ(Dotted(unhandled), std::string(critical ? c.oid : ""));
       }
@@ -208,7 +222,7 @@ TEST(CertExtProcess, HostileValues) {
 // prints and composes.
 TEST(CertExtProcess, TruncatedAndMutatedLists) {
   Bytes typical = TypicalExtensions();
-  std::mt19937 rng(7);
+  std::mt19937 rng(LoggedSeed(7));
   for (size_t i = 0; i < 3000; ++i) {
     Bytes input(typical.begin(), typical.begin() + static_cast<long>(std::min(i, typical.size())));
     if (i >= typical.size()) {

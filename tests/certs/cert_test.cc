@@ -15,8 +15,11 @@
 #include "nycert/asn1/modules/pkix1_implicit.h"
 #include "nycert/asn1/runtime/asn_bufset.h"
 #include "nycert/asn1/runtime/asn_int.h"
+#include "nycert/asn1/runtime/der_reader.h"
+#include "nycert/certs/basic_constraint.h"
 #include "nycert/certs/cert.h"
 #include "nycert/certs/extensions_list.h"
+#include "nycert/certs/key_usage.h"
 #include "nycert/keys/pubkey.h"
 #include "nycert/keys/rsa_import.h"
 #include "nycert/names/general_names.h"
@@ -300,6 +303,129 @@ TEST(CertList, LookupEncodingAndCApi) {
   EXPECT_EQ(0u, listed.str().find("Chain: 2 certificates\nIssuer: "));
   obCerts_ClearAll(&certs);
   EXPECT_EQ(0, certs.Count());
+}
+
+// Certificates as writers send them, edited in place from what the openssl
+// tool made and signed again, so the signature covers the octets as they stand.
+Bytes CaCertificate(const std::string& name, const std::string& keyUsage) {
+  CertRequest request;
+  request.subject = "/C=US/O=Example Trust/CN=" + name;
+  request.extensions = "basicConstraints=critical,CA:TRUE\nkeyUsage=" + keyUsage + "\n";
+  return SharedPki().Issue(name, request);
+}
+
+// A critical flag of 0x01, a cA of 0x01, a keyUsage whose pad bit is set:
+// read as BER reads them, verified, printed, and answered as openssl does.
+TEST(CertBerForms, NonZeroBooleansAndPadBitsReadAsWritten) {
+  Bytes der = ResignOctets(CaCertificate("ber-flags", "critical,keyCertSign,cRLSign"),
+                           [](Bytes& tbs) {
+                             ReplaceOnce(tbs, Hex("55 1D 13 01 01 FF 04 05 30 03 01 01 FF"),
+                                         Hex("55 1D 13 01 01 01 04 05 30 03 01 01 01"));
+                             ReplaceOnce(tbs, Hex("55 1D 0F 01 01 FF 04 04 03 02 01 06"),
+                                         Hex("55 1D 0F 01 01 01 04 04 03 02 01 07"));
+                           },
+                           SharedPki().CaKey());
+  auto cert = Decode(der);
+  ASSERT_EQ(1, cert->OK()) << cert->Error().getstr();
+  EXPECT_EQ(obVfy_OK, cert->VerifySig(SharedPki().CaKey()));
+  EXPECT_EQ(nullptr, cert->UnhandledCritExt());
+  EXPECT_EQ(1, cert->IsCritical(&obASN_id_ce_basicConstraints));
+  EXPECT_EQ(1, cert->IsCritical(&obASN_id_ce_keyUsage));
+  ASSERT_NE(nullptr, cert->GetBasicConstraint());
+  EXPECT_EQ(1, cert->GetBasicConstraint()->IsCA());
+  ASSERT_NE(nullptr, cert->KeyUsage());
+  EXPECT_EQ((1u << obKU_keyCertSign) | (1u << obKU_cRLSign), cert->KeyUsage()->KeyUsageBits());
+  EXPECT_EQ(0, cert->HasKeyUsage(obKU_digitalSignature));
+
+  std::string openssl = SharedPki().X509Output(der, "-noout -ext basicConstraints,keyUsage");
+  EXPECT_NE(std::string::npos, openssl.find("Basic Constraints: critical\n    CA:TRUE")) << openssl;
+  EXPECT_NE(std::string::npos, openssl.find("Key Usage: critical\n    Certificate Sign, CRL Sign\n")) << openssl;
+  std::string printed = Printed(*cert, obCertHerror_All);
+  EXPECT_NE(std::string::npos, printed.find("is CA")) << printed;
+  EXPECT_NE(std::string::npos, printed.find("keyCertSign\n")) << printed;
+  EXPECT_NE(std::string::npos, printed.find("cRLSign\n")) << printed;
+  EXPECT_EQ(std::string::npos, printed.find("digitalSignature")) << printed;
+}
+
+// A keyUsage that cannot be read restricts the key to nothing; unread it would
+// have allowed every usage.
+TEST(CertBerForms, UnreadableKeyUsageAllowsNothing) {
+  Bytes der = ResignOctets(CaCertificate("bad-usage", "keyCertSign,cRLSign"),
+                           [](Bytes& tbs) {
+                             ReplaceOnce(tbs, Hex("55 1D 0F 04 04 03 02 01 06"), Hex("55 1D 0F 04 04 03 02 08 06"));
+                           },
+                           SharedPki().CaKey());
+  auto cert = Decode(der);
+  ASSERT_EQ(1, cert->OK()) << cert->Error().getstr();
+  EXPECT_EQ(obVfy_OK, cert->VerifySig(SharedPki().CaKey()));
+  for (int usage = obKU_digitalSignature; usage <= obKU_decipherOnly; ++usage)
+    EXPECT_EQ(0, cert->HasKeyUsage(static_cast<obKeyUsageType>(usage))) << usage;
+}
+
+// The TBSCertificate with its subject Name in the indefinite-length form.
+void SubjectIndefinite(Bytes& tbs) {
+  obDerReader outer(tbs.data(), tbs.size());
+  obDerSpan body;
+  ASSERT_TRUE(outer.Read(kDerSequence, body));
+  obDerReader fields(body);
+  Bytes content;
+  obDerElement field;
+  for (int i = 0; fields.Next(field); ++i) {
+    if (i != 5) {
+      content.insert(content.end(), field.tlv.data, field.tlv.data + field.tlv.size);
+      continue;
+    }
+    content.insert(content.end(), {0x30, 0x80});
+    content.insert(content.end(), field.content.data, field.content.data + field.content.size);
+    content.insert(content.end(), {0x00, 0x00});
+  }
+  tbs = Tlv(0x30, content);
+}
+
+// A Latin-1 octet in a UTF8String and a name of indefinite length: both
+// decode and verify over the octets as sent, and the odd octet prints escaped.
+TEST(CertBerForms, NamesKeptAsSent) {
+  Bytes latin = ResignOctets(CaCertificate("latin-x", "keyCertSign"),
+                             [](Bytes& tbs) {
+                               ReplaceOnce(tbs, Hex("0C 07 6C 61 74 69 6E 2D 78"), Hex("0C 07 6C 61 74 69 6E 2D E9"));
+                             },
+                             SharedPki().CaKey());
+  auto cert = Decode(latin);
+  ASSERT_EQ(1, cert->OK()) << cert->Error().getstr();
+  EXPECT_EQ(obVfy_OK, cert->VerifySig(SharedPki().CaKey()));
+  EXPECT_STREQ("CN=latin-\\e9,O=Example Trust,C=US", cert->Subject()->GetStr());
+  EXPECT_NE(std::string::npos, Printed(*cert, obCertHerror_All).find("CN=latin-\\e9,")) << Printed(*cert, obCertHerror_All);
+  EXPECT_FALSE(cert->Subject()->Equal(obDN("CN=latin-x,O=Example Trust,C=US")));
+
+  Bytes indefinite = ResignOctets(CaCertificate("indefinite", "keyCertSign"), SubjectIndefinite, SharedPki().CaKey());
+  auto bent = Decode(indefinite);
+  ASSERT_EQ(1, bent->OK()) << bent->Error().getstr();
+  EXPECT_EQ(obVfy_OK, bent->VerifySig(SharedPki().CaKey()));
+  EXPECT_STREQ("CN=indefinite,O=Example Trust,C=US", bent->Subject()->GetStr());
+  EXPECT_TRUE(bent->Subject()->Equal(obDN("CN=indefinite,O=Example Trust,C=US")));
+  EXPECT_EQ(1, bent->GetBasicConstraint()->IsCA());
+  EXPECT_EQ(0, bent->HasKeyUsage(obKU_digitalSignature));
+}
+
+// A version past v3 is read as a number and refused after the structure;
+// an extension list broken after an unhandled critical entry fails whole.
+TEST(CertBerForms, StructureReadBeforeItIsJudged) {
+  Bytes v4 = ResignOctets(CaCertificate("v4", "keyCertSign"),
+                          [](Bytes& tbs) { ReplaceOnce(tbs, Hex("A0 03 02 01 02"), Hex("A0 03 02 01 03")); },
+                          SharedPki().CaKey());
+  auto future = Decode(v4);
+  EXPECT_EQ(0, future->OK());
+  EXPECT_STREQ("Unsupported version", future->Error());
+
+  Bytes broken = ResignOctets(CaCertificate("broken-tail", "critical,keyCertSign"),
+                              [](Bytes& tbs) {
+                                ReplaceOnce(tbs, Hex("06 03 55 1D 13 01 01 FF"), Hex("06 03 55 1D 7F 01 01 FF"));
+                                ReplaceOnce(tbs, Hex("06 03 55 1D 0F 01 01 FF"), Hex("07 03 55 1D 0F 01 01 FF"));
+                              },
+                              SharedPki().CaKey());
+  auto cert = Decode(broken);
+  EXPECT_EQ(0, cert->OK());
+  EXPECT_STREQ("Error Decoding", cert->Error());
 }
 
 TEST(CertThreadStress, PubKeyIsMadeOnce) {

@@ -390,7 +390,7 @@ TEST_F(CrlDbTest, KilledWritersLeaveWholeRecords) {
   std::vector<obGeneralName> dps;
   for (int k = 0; k < kKeys; ++k) dps.push_back(Uri("http://ca.example/kill" + std::to_string(k) + ".crl"));
   CrlPtr crls[2] = {Decoded<obCRL>(CrlDer(0)), Decoded<obCRL>(CrlDer(1))};
-  std::mt19937 rng(2024);
+  std::mt19937 rng(LoggedSeed(2024));
   for (int round = 0; round < 8; ++round) {
     pid_t writer = Spawn([&] {
       CrlDB::InitPath(dir_.path().c_str());

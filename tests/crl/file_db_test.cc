@@ -327,7 +327,7 @@ TEST(FileDbCrash, KilledWriterNeverLeavesATornRecord) {
   TempDir dir;
   std::string name = dir.File("db");
   const int kKeys = 12;
-  std::mt19937 rng(std::random_device{}());
+  std::mt19937 rng(LoggedSeed(std::random_device{}()));
   int seen = 0;
   for (int round = 0; round < 8; ++round) {
     unsigned seed = rng();

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "nycert/platform/hash_table.h"
+#include "support/test_support.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ struct Serials {
   std::vector<unsigned char> bytes;
   std::vector<size_t> offset, len;
   Serials(int count, unsigned seed) {
-    std::mt19937 rng(seed);
+    std::mt19937 rng(LoggedSeed(seed));
     for (int i = 0; i < count; ++i) {
       size_t n = i % 3 == 0 ? 3 : 1 + rng() % 20;  // a third short and sequential, as small CAs issue them
       offset.push_back(bytes.size());

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "nycert/asn1/modules/pkix1_explicit.h"
+#include "nycert/asn1/runtime/asn_any.h"
 #include "nycert/asn1/runtime/asn_bufset.h"
+#include "nycert/asn1/runtime/der_reader.h"
 #include "nycert/certs/signature_alg.h"
 #include "nycert/certs/signed.h"
 #include "nycert/certs/x509_sign.h"
@@ -76,6 +79,27 @@ Bytes Resign(const Bytes& der, const std::function<void(obASN_Certificate&)>& ed
   edit(cert);
   SetSignatureAlg(cert.tbsCertificate.signature, md);
   return SignedBy(cert.tbsCertificate, key, md);
+}
+
+Bytes ResignOctets(const Bytes& der, const std::function<void(Bytes& tbs)>& edit, obPubKey* key, ob_md_type md) {
+  obDerReader outer(der.data(), der.size());
+  obDerSpan body;
+  obDerElement tbs;
+  EXPECT_TRUE(outer.Read(kDerSequence, body));
+  EXPECT_TRUE(obDerReader(body).Next(tbs));
+  Bytes edited(tbs.tlv.data, tbs.tlv.data + tbs.tlv.size);
+  edit(edited);
+  obAsnAny raw;
+  EXPECT_EQ(0, obAsnDecode(raw, edited.data(), edited.size()));
+  return SignedBy(raw, key, md);
+}
+
+void ReplaceOnce(Bytes& octets, const Bytes& from, const Bytes& to) {
+  ASSERT_EQ(from.size(), to.size());
+  auto at = std::search(octets.begin(), octets.end(), from.begin(), from.end());
+  ASSERT_NE(at, octets.end()) << ToHex(from);
+  ASSERT_EQ(std::search(at + 1, octets.end(), from.begin(), from.end()), octets.end()) << ToHex(from);
+  std::copy(to.begin(), to.end(), at);
 }
 
 namespace {

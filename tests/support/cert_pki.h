@@ -73,6 +73,13 @@ class TestPki {
 Bytes Resign(const Bytes& der, const std::function<void(obASN_Certificate&)>& edit, obPubKey* key,
              ob_md_type md = ob_md_sha256);
 
+// A signed structure (certificate, CRL or request) whose to-be-signed octets
+// edit changes in place, signed again by key with md: for the BER forms the
+// codecs would not write.
+Bytes ResignOctets(const Bytes& der, const std::function<void(Bytes& tbs)>& edit, obPubKey* key,
+                   ob_md_type md = ob_md_sha256);
+// Replaces the one occurrence of from in octets with to, of the same length.
+void ReplaceOnce(Bytes& octets, const Bytes& from, const Bytes& to);
 // The signed structure key makes with md over tbs (certificate, CRL or request).
 Bytes SignedBy(const obAsnType& tbs, obPubKey* key, ob_md_type md);
 // alg names the RSA signature algorithm of md, parameters absent, as signing writes it.

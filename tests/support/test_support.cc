@@ -112,6 +112,14 @@ std::vector<unsigned char> Hex(const std::string& text) {
   return out;
 }
 
+uint32_t LoggedSeed(uint32_t fallback) {
+  const char* replay = std::getenv("NYCERT_TEST_SEED");
+  uint32_t seed = replay && *replay ? static_cast<uint32_t>(std::strtoul(replay, nullptr, 0)) : fallback;
+  ::testing::Test::RecordProperty("seed", std::to_string(seed));
+  std::printf("random seed %u (replay with NYCERT_TEST_SEED=%u)\n", seed, seed);
+  return seed;
+}
+
 std::string ToHex(const unsigned char* data, size_t length) {
   static const char kDigits[] = "0123456789ABCDEF";
   std::string out;

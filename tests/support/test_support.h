@@ -3,6 +3,7 @@
 #define NYCERT_TESTS_SUPPORT_TEST_SUPPORT_H_
 
 #include <cstdio>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -33,6 +34,10 @@ class DiagCapture {
 // both runs give the same result, that the open run reported a line equal to
 // message (when one is given) and that the shut run reported nothing.
 int Gated(const std::function<int()>& op, const std::string& message = "");
+
+// The seed of a randomized test: fallback, or NYCERT_TEST_SEED when set, to
+// replay a failure. Printed and recorded with the test's result.
+uint32_t LoggedSeed(uint32_t fallback);
 
 // Octets from hex text; blanks are ignored ("30 03 02 01 05").
 std::vector<unsigned char> Hex(const std::string& text);

@@ -1,6 +1,7 @@
 // The nycert program's show command, run as a user runs it.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,24 @@ TEST_F(ToolShow, PrintsEveryCertificateOfABundle) {
   EXPECT_NE(std::string::npos, names.output.find("\tIssuer: CN=Example Test CA,O=Example Trust,C=US\n"));
 }
 
+// At detail 3 the public key prints: the same modulus and exponent as
+// openssl reads from the certificate.
+TEST_F(ToolShow, PublicKeyAtDetailThreeMatchesOpenssl) {
+  ToolResult run = RunNycert("show -d 3 " + File("ca.pem"));
+  ASSERT_EQ(0, run.status) << run.output;
+  size_t at = run.output.find("\tPublic key: RSA 2048 bits\n\t\tExponent: 65537\n\t\tModulus:\n");
+  ASSERT_NE(std::string::npos, at) << run.output;
+  std::string modulus;
+  for (size_t i = run.output.find("Modulus:\n", at) + 9; i < run.output.size() && run.output.compare(i, 3, "\t\t\t") == 0;
+       i = run.output.find('\n', i) + 1) {
+    for (size_t j = i + 3; run.output[j] != '\n'; ++j)
+      if (run.output[j] != ':') modulus += static_cast<char>(std::toupper(static_cast<unsigned char>(run.output[j])));
+  }
+  std::string openssl = SharedPki().X509Output(ReadBytes(File("ca.der")), "-noout -modulus");
+  EXPECT_EQ("Modulus=" + modulus + "\n", openssl);
+  EXPECT_EQ(std::string::npos, RunNycert("show -d 2 " + File("ca.pem")).output.find("Public key:"));
+}
+
 TEST_F(ToolShow, FailsCleanlyOnBadFiles) {
   Bytes pem = ReadBytes(File("bundle3.pem"));
   WriteBytes(File("truncated.pem"), Bytes(pem.begin(), pem.end() - 200));
@@ -56,7 +75,8 @@ TEST_F(ToolShow, FailsCleanlyOnBadFiles) {
   };
   for (const Case& c : {
            Case{"show " + File("truncated.pem"), 1, "object 3: malformed PEM block"},
-           Case{"show " + File("truncated.der"), 1, "object 1 is not a certificate: Error Decoding"},
+           Case{"show " + File("truncated.der"), 1,
+                "object 1 is neither a certificate (Error Decoding) nor a CRL (Error Decoding)"},
            Case{"show " + File("missing.pem"), 1, "missing.pem: cannot open: No such file or directory"},
            Case{"show -d 4 " + File("ca.der"), 2, "-d takes 1, 2 or 3"},
            Case{"show", 2, "no file given"},
