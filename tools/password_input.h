@@ -1,5 +1,6 @@
-// Passwords for the nycert program: read from the source the user names,
-// never from the command line itself, and wiped after use.
+// Passwords for the nycert program, read from the source the user names
+// (never from the command line itself) and wiped after use, and the PKCS#12
+// key files they open.
 #ifndef NYCERT_TOOLS_PASSWORD_INPUT_H_
 #define NYCERT_TOOLS_PASSWORD_INPUT_H_
 
