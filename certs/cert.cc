@@ -74,7 +74,7 @@ void obCert::Decode() {
   if (f.version < 0) return SetError("Unsupported version");
   if (!IsRsaKeyAlgorithm(f.keyAlgorithm))
     return SetError(IsDsaKeyAlgorithm(f.keyAlgorithm) ? "DSA key not supported" : "Not RSA key");
-  if (!obCheckRsaPublicKey(f.publicKey)) return SetError("Error decoding key");
+  if (f.publicKeyUnusedBits != 0 || !obCheckRsaPublicKey(f.publicKey)) return SetError("Error decoding key");
   if (rc == 1) SetUnhandledExt(&unhandled);
 }
 

@@ -29,13 +29,12 @@ bool ReadValidity(obDerReader& r, obCertFields& out) {
 bool ReadPublicKeyInfo(obDerReader& r, obCertFields& out) {
   obDerElement spki;
   obDerSpan bits;
-  unsigned unused = 0;
   if (!r.Read(kDerSequence, spki)) return false;
   obDerReader fields(spki.content);
   if (!obReadAlgorithmId(fields, out.keyAlgorithm) || !fields.Read(kDerBitString, bits) || !fields.AtEnd())
     return false;
   out.spki = spki.tlv;
-  return obDerParseBitString(bits, out.publicKey, unused) && unused == 0;
+  return obDerParseBitString(bits, out.publicKey, out.publicKeyUnusedBits);
 }
 
 // Version ::= INTEGER { v1(0), v2(1), v3(2) }; any other value is read as

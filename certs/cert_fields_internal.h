@@ -27,6 +27,7 @@ struct obCertFields {
   obDerSpan spki;            // the whole SubjectPublicKeyInfo TLV
   obDerSpan keyAlgorithm;    // its algorithm OID content
   obDerSpan publicKey;       // the subjectPublicKey bit string's octets
+  unsigned publicKeyUnusedBits = 0;  // a key is whole octets: anything else is refused
   bool hasExtensions = false;
   obDerSpan extensions;      // content of the Extensions SEQUENCE
   obDerSpan signatureAlgorithm;  // outer algorithm OID content
