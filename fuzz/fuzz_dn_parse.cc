@@ -1,7 +1,8 @@
 // Parses arbitrary text as the string form of a distinguished name. A name
 // that parses must print; unless a value holds what printing does not
 // protect (a backslash, a leading double quote, trailing blanks, an empty
-// final value), its printed form must parse back to an equal name. Whatever
+// final value) or octets it prints as escapes for the reader only, its
+// printed form must parse back to an equal name. Whatever
 // encodes must decode to an equal name with the same string form and DER.
 #include <cstddef>
 #include <cstdint>
@@ -23,7 +24,7 @@ bool PrintsFaithfully(const obASN_DirectoryString& value, bool printedLast) {
   unsigned long n = v.TextLen(), first = 0;
   while (first < n && obDNIsBlank(v.TextAt(first))) ++first;
   for (unsigned long i = 0; i < n; ++i)
-    if (v.TextAt(i) == '\\') return false;
+    if (v.TextAt(i) == '\\' || obDNIsOddOctet(v.TextAt(i))) return false;
   if (first < n && v.TextAt(first) == '"') return false;
   if (n > 0 && v.TextAt(n - 1) == ' ') return false;
   return !(printedLast && n == 0);
