@@ -29,6 +29,15 @@ inline bool StructureRead(const obSigned& object) {
   return false;
 }
 
+// The difference in acceptance between the tree decoder and the span reader
+// of object ("" when both accept or both refuse).
+inline std::string AcceptanceDifference(bool treeAccepts, const obSigned& object) {
+  if (treeAccepts == StructureRead(object)) return "";
+  if (!treeAccepts) return "only the span reader accepts";
+  const char* error = object.Error().getstr();
+  return std::string("only the tree decoder accepts: ") + (error ? error : "");
+}
+
 inline bool SameName(const obDN* mine, const obASN_Name& tree) {
   if (!mine || !tree.rdnSequence) return false;
   obDN theirs(*tree.rdnSequence);
@@ -46,12 +55,8 @@ inline std::string CompareCert(const uint8_t* data, size_t size) {
   obCert* cert = new obCert(data, static_cast<unsigned>(size));
   obASN_Certificate tree;
   bool treeAccepts = obAsnDecode(tree, data, size) == 0;
-  bool spanAccepts = StructureRead(*cert);
-  std::string difference;
-  if (treeAccepts != spanAccepts) {
-    difference = treeAccepts ? "only the tree decoder accepts: " : "only the span reader accepts";
-    if (treeAccepts && cert->Error().getstr()) difference += cert->Error().getstr();
-  } else if (treeAccepts) {
+  std::string difference = AcceptanceDifference(treeAccepts, *cert);
+  if (difference.empty() && treeAccepts) {
     const obASN_TBSCertificate& tbs = tree.tbsCertificate;
     int version = tbs.versionOrDefault().Value();
     if (cert->Version() != (version >= 0 && version <= 2 ? version + 1 : 0)) difference = "version";
@@ -70,12 +75,8 @@ inline std::string CompareCrl(const uint8_t* data, size_t size) {
   obCRL* crl = new obCRL(data, static_cast<unsigned>(size));
   obASN_CertificateList tree;
   bool treeAccepts = obAsnDecode(tree, data, size) == 0;
-  bool spanAccepts = StructureRead(*crl);
-  std::string difference;
-  if (treeAccepts != spanAccepts) {
-    difference = treeAccepts ? "only the tree decoder accepts: " : "only the span reader accepts";
-    if (treeAccepts && crl->Error().getstr()) difference += crl->Error().getstr();
-  } else if (treeAccepts) {
+  std::string difference = AcceptanceDifference(treeAccepts, *crl);
+  if (difference.empty() && treeAccepts) {
     const obASN_TBSCertList& tbs = tree.tbsCertList;
     size_t listed = tbs.revokedCertificates ? tbs.revokedCertificates->size() : 0;
     if (!SameName(crl->Issuer(), tbs.issuer)) difference = "issuer";
