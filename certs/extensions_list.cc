@@ -4,6 +4,7 @@
 
 #include "nycert/asn1/modules/pkix1_implicit.h"
 #include "nycert/asn1/runtime/asn_bufset.h"
+#include "nycert/asn1/runtime/asn_octs.h"
 #include "nycert/buffers/diag.h"
 #include "nycert/certs/authority_info_access.h"
 #include "nycert/certs/basic_constraint.h"
@@ -24,19 +25,35 @@ const obExtHandler* FindHandler(const obExtHandlerTable& table, obDerSpan oid) {
   return nullptr;
 }
 
+constexpr obAsnTag kDerOctetStringCons = obAsnMakeTag(kAsnUniversal, kAsnConstructed, kAsnOctetStringTag);
+
+// An extnValue sent in the constructed BER form: its segments joined into
+// joined, which value then spans.
+bool TakeSegmentedValue(obExtFields& fields, obDerSpan& value, obAsnBytes& joined) {
+  obDerSpan content;
+  if (!fields.Take(kDerOctetStringCons, content)) return false;
+  obAsnReadBuf b(content.data, content.size);
+  unsigned long used = 0;
+  if (obAsnDecodeOctsContent(b, kDerOctetStringCons, static_cast<obAsnLen>(content.size), used, joined) < 0)
+    return false;
+  value = {joined.data(), joined.size()};
+  return true;
+}
+
 // One Extension:
 //   Extension ::= SEQUENCE { extnID OBJECT IDENTIFIER, critical BOOLEAN DEFAULT FALSE,
 //                            extnValue OCTET STRING }
 // A critical field written out as FALSE is accepted too. The identifier is
 // checked by the caller, which can skip that for the ones it knows.
-bool ReadExtension(obDerReader& r, obDerSpan& oid, bool& critical, obDerSpan& value) {
+bool ReadExtension(obDerReader& r, obDerSpan& oid, bool& critical, obDerSpan& value, obAsnBytes& joined) {
   obDerSpan extension, flag;
   if (!r.Read(kDerSequence, extension)) return false;
   obExtFields fields(extension);
   critical = false;
   if (!fields.Take(kDerOid, oid)) return false;
   if (fields.Take(kDerBoolean, flag) && !obDerParseBool(flag, critical)) return false;
-  return fields.Take(kDerOctetString, value) && fields.Done();
+  bool taken = fields.Take(kDerOctetString, value) || TakeSegmentedValue(fields, value, joined);
+  return taken && fields.Done();
 }
 
 }  // namespace
@@ -99,9 +116,10 @@ namespace {
 // Reads the extensions left in r for their form only.
 bool RestIsWellFormed(obDerReader& r) {
   obDerSpan oid, value;
+  obAsnBytes joined;
   bool critical = false;
   while (!r.AtEnd()) {
-    if (!ReadExtension(r, oid, critical, value) || !obAsnOid::IsValidContent(oid.data, oid.size)) return false;
+    if (!ReadExtension(r, oid, critical, value, joined) || !obAsnOid::IsValidContent(oid.data, oid.size)) return false;
   }
   return true;
 }
@@ -118,9 +136,10 @@ int obExtensionsList::Process(obDerSpan extensionsContent, const obExtHandlerTab
   entries_.reserve(entries_.size() + table.count);
   while (!r.AtEnd()) {
     obDerSpan oid, value;
+    obAsnBytes joined;
     bool critical = false;
     const obExtHandler* handler = nullptr;
-    if (!ReadExtension(r, oid, critical, value) ||
+    if (!ReadExtension(r, oid, critical, value, joined) ||
         (!(handler = FindHandler(table, oid)) && !obAsnOid::IsValidContent(oid.data, oid.size))) {
       OB_HERROR("obExtensionsList::Process: malformed extension after %d handled", Count());
       return -1;

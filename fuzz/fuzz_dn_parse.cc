@@ -24,7 +24,7 @@ bool PrintsFaithfully(const obASN_DirectoryString& value, bool printedLast) {
   unsigned long n = v.TextLen(), first = 0;
   while (first < n && obDNIsBlank(v.TextAt(first))) ++first;
   for (unsigned long i = 0; i < n; ++i)
-    if (v.TextAt(i) == '\\' || obDNIsOddOctet(v.TextAt(i))) return false;
+    if (v.TextAt(i) == '\\' || obDNIsOddOctet(v.TextAt(i), v.checked)) return false;
   if (first < n && v.TextAt(first) == '"') return false;
   if (n > 0 && v.TextAt(n - 1) == ' ') return false;
   return !(printedLast && n == 0);

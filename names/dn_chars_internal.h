@@ -37,7 +37,11 @@ inline bool obDNNeedsEscape(int c) {
 }
 
 // Octets a printed text value writes as a backslash and two hex digits:
-// controls other than line feed, DEL, and everything above ASCII.
-inline bool obDNIsOddOctet(unsigned char c) { return (c < 0x20 && c != '\n') || c >= 0x7F; }
+// controls other than line feed and DEL always, and octets above ASCII
+// when the value failed its string type's check (kept as received), so
+// what was not text in its own type never reads as text.
+inline bool obDNIsOddOctet(unsigned char c, bool checked) {
+  return (c < 0x20 && c != '\n') || c == 0x7F || (c >= 0x80 && !checked);
+}
 
 #endif  // NYCERT_NAMES_DN_CHARS_INTERNAL_H_

@@ -82,6 +82,7 @@ int obDNValueReduce(const obASN_DirectoryString& value, obDNValue& out) {
   out.size = chosen->size();
   out.choice = value.choiceId;
   out.stride = 1;
+  out.checked = chosen->Check() != 0;
   switch (value.choiceId) {
     case obASN_DirectoryString::universalStringCid:
       out.binary = true;
@@ -111,7 +112,7 @@ void obDNValueAppend(std::string& out, const obDNValue& value, bool escape) {
   }
   for (unsigned long i = 0; i < value.TextLen(); ++i) {
     unsigned char c = value.TextAt(i);
-    if (escape && obDNIsOddOctet(c)) {
+    if (escape && obDNIsOddOctet(c, value.checked)) {
       out += '\\';
       out += kHex[c >> 4];
       out += kHex[c & 0x0F];

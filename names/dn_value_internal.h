@@ -22,6 +22,7 @@ struct obDNValue {
   int choice = -1;      // the DirectoryString alternative
   bool binary = false;  // printed as "#" and hex octets
   unsigned stride = 1;  // 2 for the text of a BMPString: its low octets
+  bool checked = true;  // the content passes its string type's check
 
   unsigned long TextLen() const { return size / stride; }
   unsigned char TextAt(unsigned long i) const { return data[i * stride + stride - 1]; }
@@ -31,8 +32,8 @@ struct obDNValue {
 int obDNValueReduce(const obASN_DirectoryString& value, obDNValue& out);
 
 // Appends the printed form of value. Text is copied; when escape is set a
-// backslash goes before each of , + = line-feed < > # ; and octets
-// outside printable ASCII become a backslash and two lower-case hex digits.
+// backslash goes before each of , + = line-feed < > # ; and the octets
+// obDNIsOddOctet names become a backslash and two lower-case hex digits.
 // Binary values are "#" and two lower-case hex digits per content octet.
 void obDNValueAppend(std::string& out, const obDNValue& value, bool escape);
 

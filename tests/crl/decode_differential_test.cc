@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "decode_differential.h"
+#include "nycert/asn1/modules/pkix1_implicit.h"
 #include "nycert/asn1/runtime/der_reader.h"
+#include "nycert/certs/key_usage.h"
 #include "support/cert_pki.h"
 
 namespace {
@@ -62,6 +64,48 @@ Bytes IndefiniteIssuerUnclosed(const Bytes& der) {
   return bent;
 }
 
+// The extensions of a to-be-signed certificate with each extnValue in the
+// constructed BER form, split into two segments; the signature is left as it was.
+Bytes SegmentedExtensionValues(const Bytes& der) {
+  obDerReader outer(der.data(), der.size());
+  obDerSpan body, list;
+  obDerElement tbs, field, extension, part;
+  EXPECT_TRUE(outer.Read(kDerSequence, body));
+  obDerReader parts(body);
+  EXPECT_TRUE(parts.Next(tbs));
+  obDerReader fields(tbs.content);
+  Bytes content;
+  while (fields.Next(field)) {
+    if (field.tag != obDerContextCons(3)) {
+      content = Cat({content, Octets(field.tlv)});
+      continue;
+    }
+    obDerReader wrapped(field.content);
+    EXPECT_TRUE(wrapped.Read(kDerSequence, list));
+    obDerReader extensions(list);
+    Bytes rewritten;
+    while (extensions.Next(extension)) {
+      obDerReader members(extension.content);
+      Bytes members_out;
+      while (members.Next(part)) {
+        if (part.tag != kDerOctetString) {
+          members_out = Cat({members_out, Octets(part.tlv)});
+          continue;
+        }
+        size_t half = part.content.size / 2;
+        Bytes value = Octets(part.content);
+        Bytes first(value.begin(), value.begin() + static_cast<long>(half));
+        Bytes second(value.begin() + static_cast<long>(half), value.end());
+        members_out = Cat({members_out, Tlv(0x24, Cat({Tlv(0x04, first), Tlv(0x04, second)}))});
+      }
+      rewritten = Cat({rewritten, Tlv(0x30, members_out)});
+    }
+    content = Cat({content, Tlv(0xA3, Tlv(0x30, rewritten))});
+  }
+  Bytes algorithmAndSignature(body.data + tbs.tlv.size, body.data + body.size);
+  return Tlv(0x30, Cat({Tlv(0x30, content), algorithmAndSignature}));
+}
+
 class DecodeDifferential : public ::testing::Test {
  protected:
   static void ExpectAgreement(const Bytes& input) {
@@ -96,6 +140,21 @@ TEST_F(DecodeDifferential, OriginalsAndTheirBerForms) {
     auto crl = Decoded<obCRL>(indefinite);
     EXPECT_TRUE(cert->OK() || crl->OK()) << "the indefinite-length name is read";
   }
+}
+
+TEST_F(DecodeDifferential, SegmentedExtensionValuesReadAsJoined) {
+  const Bytes& der = Originals()[2];
+  Bytes segmented = SegmentedExtensionValues(der);
+  ASSERT_NE(der, segmented);
+  ExpectAgreement(segmented);
+  auto original = Decoded<obCert>(der);
+  auto cert = Decoded<obCert>(segmented);
+  ASSERT_TRUE(cert->OK());
+  EXPECT_EQ(original->Extensions().Count(), cert->Extensions().Count());
+  ASSERT_NE(nullptr, cert->GetBasicConstraint());
+  EXPECT_EQ(1, cert->IsCritical(&obASN_id_ce_basicConstraints));
+  EXPECT_EQ(1, cert->HasKeyUsage(obKU_keyCertSign));
+  EXPECT_EQ(0, cert->HasKeyUsage(obKU_digitalSignature));
 }
 
 TEST_F(DecodeDifferential, CutShort) {

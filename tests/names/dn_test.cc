@@ -56,6 +56,7 @@ TEST(DnParse, PrintsBackInCanonicalForm) {
       {"CN=\"x\\\"y\\\\z\"", "CN=x\"yz", 1},       // quotes and backslashes are not escaped when printed
       {"CN=\"l\nf\"", "CN=l\\\nf", 1},
       {"", "", 0},
+      {"CN=caf\xc3\xa9,O=Z\xc3\xbcrich", "CN=caf\xc3\xa9,O=Z\xc3\xbcrich", 2},  // text beyond ASCII prints as given
       {"CN=1+CN=2+CN=3+CN=4+CN=5", "CN=1+CN=2+CN=3+CN=4+CN=5", 1},
       {"cn=1,c=2,st=3,o=4,ou=5,l=6,t=7,SERIALNUMBER=8,street=9,dc=10,EMAIL=11,uid=12,PRINCIPALNAME=13",
        "CN=1,C=2,ST=3,O=4,OU=5,L=6,T=7,serialNumber=8,STREET=9,DC=10,Email=11,UID=12,principalName=13", 13},
@@ -138,8 +139,10 @@ TEST(DnValue, PrintsTextOrHex) {
       {kBmp, std::string("\0\xe9", 2), "CN=#00e9"},
       {kUniversal, std::string("\0\0\0a", 4), "CN=#00000061"},
       {kIa5, "x#y", "CN=x\\#y"},
-      // Octets outside printable ASCII, valid for the type or not, print escaped.
-      {kTeletex, "caf\xe9", "CN=caf\\e9"},
+      // Octets above ASCII print as they are where the type allows them and
+      // escaped where it does not; controls and DEL always print escaped.
+      {kTeletex, "caf\xe9", "CN=caf\xe9"},
+      {kTeletex, "a\x1b[0m", "CN=a\\1b[0m"},
       {kUtf8, "caf\xe9", "CN=caf\\e9"},
       {kPrintable, "a\x01" "b\x7f", "CN=a\\01b\\7f"},
       {kIa5, "\xff@x", "CN=\\ff@x"},
