@@ -111,11 +111,11 @@ void obCRL::Decode() {
   obDerSpan der{imp_->buf, imp_->bufLen};
   obCrlFields& f = imp_->fields;
   if (!obParseCrlFields(der, f) || !BuildTable(*imp_) || !BuildValues(*imp_)) return SetDecodeError();
-  if (f.version < 0) return SetError("Unsupported version");
-  if (!f.hasExtensions) return;
+  // The whole structure is read before what it says is judged.
   obAsnOid unhandled;
-  int rc = imp_->extensions.Process(f.extensions, obCRLExtHandlers(), unhandled);
+  int rc = f.hasExtensions ? imp_->extensions.Process(f.extensions, obCRLExtHandlers(), unhandled) : 0;
   if (rc < 0) return SetError("Error Decoding");
+  if (f.version < 0) return SetError("Unsupported version");
   if (rc == 1) SetUnhandledExt(&unhandled);
 }
 
