@@ -3,7 +3,8 @@
 // beside d2i_X509) over a corpus of typical server certificates and one of
 // large certificates; checking a certificate's signature; and encoding a
 // decoded certificate back to DER. The corpora are made once per run with
-// OpenSSL's own API, all issued by one RSA-2048 CA.
+// OpenSSL's own API, all issued by one RSA-2048 CA. Built with mbedTLS,
+// decoding is measured with mbedtls_x509_crt_parse_der too.
 #include <benchmark/benchmark.h>
 #include <openssl/bio.h>
 #include <openssl/conf.h>
@@ -20,6 +21,10 @@
 #include "nycert/asn1/runtime/asn_bufset.h"
 #include "nycert/bench/alloc_count.h"
 #include "nycert/certs/cert.h"
+
+#ifdef NYCERT_BENCH_MBEDTLS
+#include <mbedtls/x509_crt.h>
+#endif
 
 namespace {
 
@@ -98,8 +103,8 @@ X509_NAME* Name(const Entries& entries) {
 }
 
 X509_NAME* Subject(const Profile& profile, int i, const std::string& host) {
-  Entries entries = {{"C", "US"}, {"ST", "California"}, {"L", "San Francisco"},
-                     {"O", "Example Org " + std::to_string(i % 17)}};
+  Entries entries = {
+      {"C", "US"}, {"ST", "California"}, {"L", "San Francisco"}, {"O", "Example Org " + std::to_string(i % 17)}};
   entries.insert(entries.end(), profile.extraSubject.begin(), profile.extraSubject.end());
   entries.emplace_back("CN", host);
   return Name(entries);
@@ -238,6 +243,23 @@ void BM_DecodeOpenssl(benchmark::State& state, CorpusOf corpusOf) {
   });
 }
 
+#ifdef NYCERT_BENCH_MBEDTLS
+// mbedtls_x509_crt_parse_der copies the DER and reads the names, the
+// extensions it knows and the subject key, which it always makes.
+void BM_DecodeMbedtls(benchmark::State& state, CorpusOf corpusOf) {
+  const Corpus& corpus = corpusOf();
+  size_t i = 0;
+  CountedLoop(state, 1, [&] {
+    const Der& der = corpus[i++ % corpus.size()];
+    mbedtls_x509_crt cert;
+    mbedtls_x509_crt_init(&cert);
+    if (mbedtls_x509_crt_parse_der(&cert, der.data(), der.size()) != 0)
+      state.SkipWithError("a corpus certificate does not decode");
+    mbedtls_x509_crt_free(&cert);
+  });
+}
+#endif
+
 // Checking one certificate's signature (SHA-256, RSA-2048) with the CA's
 // key; the certificate and the key are decoded beforehand.
 void BM_VerifyNycert(benchmark::State& state) {
@@ -318,6 +340,11 @@ const bool kRegistered = [] {
   RegisterBenchmark("cert/decode_with_key/openssl", BM_DecodeOpenssl, &Typical);
   RegisterBenchmark("cert/decode_large/nycert", BM_DecodeNycert, &Large, false);
   RegisterBenchmark("cert/decode_large/openssl", BM_DecodeOpenssl, &Large);
+#ifdef NYCERT_BENCH_MBEDTLS
+  RegisterBenchmark("cert/decode/mbedtls", BM_DecodeMbedtls, &Typical);
+  RegisterBenchmark("cert/decode_with_key/mbedtls", BM_DecodeMbedtls, &Typical);
+  RegisterBenchmark("cert/decode_large/mbedtls", BM_DecodeMbedtls, &Large);
+#endif
   RegisterBenchmark("cert/verify/nycert", BM_VerifyNycert);
   RegisterBenchmark("cert/verify/openssl", BM_VerifyOpenssl);
   RegisterBenchmark("cert/encode/nycert", BM_EncodeNycert);

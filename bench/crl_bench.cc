@@ -3,7 +3,8 @@
 // obCRL::IsEntryExist beside X509_CRL_get0_by_serial, over one CRL of
 // 100,000 entries made once per run with OpenSSL's own API. Half the
 // entries carry 16-octet random serials as public CAs issue them, the other
-// half small sequential ones; every fourth carries a reason code.
+// half small sequential ones; every fourth carries a reason code. Built
+// with mbedTLS, decoding is measured with mbedtls_x509_crl_parse_der too.
 #include <benchmark/benchmark.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
@@ -15,6 +16,10 @@
 
 #include "nycert/bench/alloc_count.h"
 #include "nycert/crl/crl.h"
+
+#ifdef NYCERT_BENCH_MBEDTLS
+#include <mbedtls/x509_crl.h>
+#endif
 
 namespace {
 
@@ -157,6 +162,20 @@ void BM_DecodeOpenssl(benchmark::State& state) {
   });
 }
 
+#ifdef NYCERT_BENCH_MBEDTLS
+// mbedtls_x509_crl_parse_der copies the DER and makes a linked list entry
+// per revoked certificate.
+void BM_DecodeMbedtls(benchmark::State& state) {
+  const Der& der = Shared().crl;
+  CountedLoop(state, kEntries, [&] {
+    mbedtls_x509_crl crl;
+    mbedtls_x509_crl_init(&crl);
+    if (mbedtls_x509_crl_parse_der(&crl, der.data(), der.size()) != 0) state.SkipWithError("the CRL does not decode");
+    mbedtls_x509_crl_free(&crl);
+  });
+}
+#endif
+
 // Look-ups cycle through the probes: by certificate, then by integer.
 void BM_LookupNycert(benchmark::State& state) {
   const Fixture& f = Shared();
@@ -209,6 +228,9 @@ void BM_LookupOpenssl(benchmark::State& state) {
 const bool kRegistered = [] {
   benchmark::RegisterBenchmark("crl/decode100k/nycert", BM_DecodeNycert)->Unit(benchmark::kMillisecond);
   benchmark::RegisterBenchmark("crl/decode100k/openssl", BM_DecodeOpenssl)->Unit(benchmark::kMillisecond);
+#ifdef NYCERT_BENCH_MBEDTLS
+  benchmark::RegisterBenchmark("crl/decode100k/mbedtls", BM_DecodeMbedtls)->Unit(benchmark::kMillisecond);
+#endif
   benchmark::RegisterBenchmark("crl/lookup/nycert", BM_LookupNycert);
   benchmark::RegisterBenchmark("crl/lookup/nycert_int", BM_LookupIntNycert);
   benchmark::RegisterBenchmark("crl/lookup/openssl", BM_LookupOpenssl);

@@ -71,28 +71,36 @@ std::string Allocations(const BenchFigures* f) {
   return Amount(f->allocs) + " / " + Amount(f->bytes);
 }
 
-// One table row: an operation with its nycert and OpenSSL figures, either
-// of them possibly missing.
+// "other / nycert" when both figures are there, else empty.
+std::string RatioCell(const BenchFigures* nycert, const BenchFigures* other) {
+  return nycert && other ? Ratio(other->nanos / nycert->nanos) : "";
+}
+
+std::string TimeCell(const BenchFigures* f) { return f ? Time(f->nanos) : ""; }
+
+// One table row: an operation with its nycert, OpenSSL and mbedTLS
+// figures, any of them possibly missing.
 struct Row {
   std::string operation;
   const BenchFigures* nycert = nullptr;
   const BenchFigures* openssl = nullptr;
+  const BenchFigures* mbedtls = nullptr;
 };
 
-// "<op>/nycert" and "<op>/openssl" share the row "<op>"; any other name has
-// a row of its own, in the nycert column.
+// "<op>/nycert", "<op>/openssl" and "<op>/mbedtls" share the row "<op>"; any
+// other name has a row of its own, in the nycert column.
 std::vector<Row> PairUp(const std::vector<BenchFigures>& figures) {
   std::vector<Row> rows;
   std::map<std::string, size_t> rowOf;
   for (const BenchFigures& f : figures) {
     size_t slash = f.name.rfind('/');
     std::string variant = slash == std::string::npos ? "" : f.name.substr(slash + 1);
-    bool paired = variant == "nycert" || variant == "openssl";
+    bool paired = variant == "nycert" || variant == "openssl" || variant == "mbedtls";
     std::string operation = paired ? f.name.substr(0, slash) : f.name;
     auto found = rowOf.emplace(operation, rows.size());
     if (found.second) rows.push_back({operation});
     Row& row = rows[found.first->second];
-    (variant == "openssl" ? row.openssl : row.nycert) = &f;
+    (variant == "openssl" ? row.openssl : variant == "mbedtls" ? row.mbedtls : row.nycert) = &f;
   }
   return rows;
 }
@@ -110,13 +118,20 @@ void SummaryReporter::ReportRuns(const std::vector<Run>& runs) {
 void SummaryReporter::Finalize() { display_->Finalize(); }
 
 void PrintSummaryTable(std::ostream& out, const std::vector<BenchFigures>& figures) {
-  out << "| operation | nycert | OpenSSL | OpenSSL / nycert | nycert allocs / bytes | OpenSSL allocs / bytes |\n"
-      << "|---|--:|--:|--:|--:|--:|\n";
-  for (const Row& row : PairUp(figures)) {
-    out << "| " << row.operation << " | " << (row.nycert ? Time(row.nycert->nanos) : "") << " | "
-        << (row.openssl ? Time(row.openssl->nanos) : "") << " | "
-        << (row.nycert && row.openssl ? Ratio(row.openssl->nanos / row.nycert->nanos) : "") << " | "
-        << Allocations(row.nycert) << " | " << Allocations(row.openssl) << " |\n";
+  std::vector<Row> rows = PairUp(figures);
+  // The mbedTLS columns appear only in runs that measured it.
+  bool mbedtls = false;
+  for (const Row& row : rows) mbedtls |= row.mbedtls != nullptr;
+  out << "| operation | nycert | OpenSSL | OpenSSL / nycert |" << (mbedtls ? " mbedTLS | mbedTLS / nycert |" : "")
+      << " nycert allocs / bytes | OpenSSL allocs / bytes |" << (mbedtls ? " mbedTLS allocs / bytes |" : "")
+      << "\n|---|--:|--:|--:|" << (mbedtls ? "--:|--:|" : "") << "--:|--:|" << (mbedtls ? "--:|" : "") << "\n";
+  for (const Row& row : rows) {
+    out << "| " << row.operation << " | " << TimeCell(row.nycert) << " | " << TimeCell(row.openssl) << " | "
+        << RatioCell(row.nycert, row.openssl) << " | ";
+    if (mbedtls) out << TimeCell(row.mbedtls) << " | " << RatioCell(row.nycert, row.mbedtls) << " | ";
+    out << Allocations(row.nycert) << " | " << Allocations(row.openssl) << " |";
+    if (mbedtls) out << " " << Allocations(row.mbedtls) << " |";
+    out << "\n";
   }
   out << "\nTimes are CPU time per operation; allocations and bytes are per item processed "
          "(per entry for CRLs).\n";

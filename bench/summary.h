@@ -1,7 +1,7 @@
 // The summary of a benchmark run: a reporter that passes every run on to the
 // normal display and keeps the figures, and a GitHub markdown table that sets
 // each "<group>/<operation>/nycert" figure beside its
-// "<group>/<operation>/openssl" counterpart.
+// "<group>/<operation>/openssl" and "<group>/<operation>/mbedtls" counterparts.
 #ifndef NYCERT_BENCH_SUMMARY_H_
 #define NYCERT_BENCH_SUMMARY_H_
 

@@ -3,10 +3,12 @@
 # intermediate, two end entities (the second revoked) and the CRLs of both
 # CAs, then the bundles the demonstration validates.
 #
-#   make_demo_pki.sh NYCERT OUT
+#   make_demo_pki.sh NYCERT OUT [URL]
 #
-# NYCERT is the program, OUT the folder to write to. Keys already in OUT
-# (root.key, intermediate.key, good.key, revoked.key) are kept, others made.
+# NYCERT is the program, OUT the folder to write to, URL where the CRLs are
+# published (root.crl and intermediate.crl under it; http://127.0.0.1:8080
+# unless given). Keys already in OUT (root.key, intermediate.key, good.key,
+# revoked.key) are kept, others made.
 # Fixed dates keep the verdicts the same on every run: the CAs and CRLs hold
 # from 2025 to 2045, the end entities from 2025-01-01 to 2030-01-01.
 set -euo pipefail
@@ -15,7 +17,7 @@ mkdir -p "$2"
 cd "$2"
 
 ca_days=7305 ee_days=1826 start=2025-01-01
-url=http://127.0.0.1:8080
+url=${3:-http://127.0.0.1:8080}
 
 for name in root intermediate good revoked; do
   [ -f "$name.key" ] || "$nycert" genkey --bits 2048 -o "$name.key"

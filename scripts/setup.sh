@@ -42,6 +42,9 @@ nycert_build() {
   cmake --build "$nycert_root/$dir"
 }
 
+# mbedTLS, only for the benchmark, which measures its decoders beside OpenSSL's.
+nycert_bench_packages=("libmbedtls-dev:/usr/include/mbedtls/x509_crt.h")
+
 # The libFuzzer build (clang, with sanitizers) that test.sh replays the
 # corpora in and fuzz.sh runs campaigns in.
 nycert_fuzz_packages=("clang:/usr/bin/clang++"
