@@ -13,8 +13,9 @@
 #include "nycert/certs/ext_gn.h"
 #include "nycert/certs/ext_key_id.h"
 #include "nycert/certs/ext_key_usage.h"
+#include "nycert/keys/any_key.h"
+#include "nycert/keys/ec_evp.h"
 #include "nycert/keys/pubkey.h"
-#include "nycert/keys/rsa_import.h"
 #include "nycert/names/obdn.h"
 
 obCert_imp::~obCert_imp() = default;
@@ -30,6 +31,19 @@ bool IsRsaKeyAlgorithm(obDerSpan oid) {
 }
 
 bool IsDsaKeyAlgorithm(obDerSpan oid) { return OidIs(oid, obASN_id_dsa_with_sha1) || OidIs(oid, obASN_id_dsa); }
+
+// Why the subject key cannot be used, or null. An EC point is checked
+// against its curve only when the key is built.
+const char* KeyRefusal(const obCertFields& f) {
+  if (nyEC_IsKeyAlgorithm(f.keyAlgorithm)) {
+    nyECKeyInfo info;
+    return nyEC_ParseKeyInfo(f.spki, info);
+  }
+  if (!IsRsaKeyAlgorithm(f.keyAlgorithm))
+    return IsDsaKeyAlgorithm(f.keyAlgorithm) ? "DSA key not supported" : "Not RSA key";
+  if (f.publicKeyUnusedBits != 0 || !obCheckRsaPublicKey(f.publicKey)) return "Error decoding key";
+  return nullptr;
+}
 
 obDN* DecodeName(obDerSpan der, obDN& name) {
   return name.Decode(der.data, static_cast<int>(der.size)) == 0 ? &name : nullptr;
@@ -72,9 +86,7 @@ void obCert::Decode() {
   int rc = f.hasExtensions ? imp_->extensions.Process(f.extensions, obCertExtHandlers(), unhandled) : 0;
   if (rc < 0) return SetError("Error Decoding");
   if (f.version < 0) return SetError("Unsupported version");
-  if (!IsRsaKeyAlgorithm(f.keyAlgorithm))
-    return SetError(IsDsaKeyAlgorithm(f.keyAlgorithm) ? "DSA key not supported" : "Not RSA key");
-  if (f.publicKeyUnusedBits != 0 || !obCheckRsaPublicKey(f.publicKey)) return SetError("Error decoding key");
+  if (const char* why = KeyRefusal(f)) return SetError(why);
   if (rc == 1) SetUnhandledExt(&unhandled);
 }
 
@@ -84,7 +96,7 @@ obPubKey* obCert::PubKey() {
   key = imp_->pubKey.Get([this] {
     const obDerSpan& spki = imp_->fields.spki;
     obPublishOnce<obPubKey, obPubKeyFree>::Owned made(
-        obImportRSAKey(obPK_Format_PublicDER, spki.data, static_cast<int>(spki.size)));
+        obImportPublicKeyInfo(spki.data, static_cast<int>(spki.size)));
     if (made && !made->OK()) made.reset();
     return made;
   });

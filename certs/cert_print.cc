@@ -6,6 +6,7 @@
 #include "nycert/certs/cert.h"
 #include "nycert/certs/cert_imp_internal.h"
 #include "nycert/certs/print_text_internal.h"
+#include "nycert/keys/ec_evp.h"
 #include "nycert/keys/rsa_key_formats.h"
 #include "nycert/names/name_output_internal.h"
 #include "nycert/names/obdn.h"
@@ -34,9 +35,21 @@ unsigned BitLength(const nyBinBuf& magnitude) {
   return bits;
 }
 
-// The subject key read from its RSAPublicKey: algorithm, size, exponent
+// An elliptic-curve subject key: curve, size and the key octets.
+void SprintEcKey(ObStream* s, const std::string& tabs, obDerSpan spki) {
+  nyECKeyInfo info;
+  if (nyEC_ParseKeyInfo(spki, info)) return;
+  const char* t = tabs.c_str();
+  bool ed = info.curve == nyEC_Ed25519;
+  s->Printf("%sPublic key: %s %s %d bits\n", t, ed ? "EdDSA" : "ECDSA", nyEC_CurveName(info.curve),
+            nyEC_CurveBits(info.curve));
+  s->Printf("%s\t%s:\n", t, ed ? "Key" : "Point");
+  SprintOctetLines(s, tabs + "\t\t", nyBinBuf(info.publicKey.data, static_cast<unsigned>(info.publicKey.size)));
+}
+
+// An RSA subject key read from its RSAPublicKey: algorithm, size, exponent
 // (decimal when it fits a long, as most do) and modulus.
-void SprintPublicKey(ObStream* s, const std::string& tabs, obDerSpan publicKey) {
+void SprintRsaKey(ObStream* s, const std::string& tabs, obDerSpan publicKey) {
   nyBinBuf modulus, exponent;
   if (obPublicDer2RsaPk(publicKey.data, publicKey.size, modulus, exponent) != 0) return;
   const char* t = tabs.c_str();
@@ -74,7 +87,13 @@ void obCert::Sprint(ObStream* s, obCertHerrorDetails details, int indent) const 
     s->Printf("%sNot valid before: %s Local Time\n", t, obLocalTimeText(notBefore()).c_str());
     s->Printf("%sNot valid after:  %s Local Time\n", t, obLocalTimeText(notAfter()).c_str());
   }
-  if (details == obCertHerror_All) SprintPublicKey(s, tabs, imp_->fields.publicKey);
+  if (details == obCertHerror_All) {
+    const obCertFields& f = imp_->fields;
+    if (nyEC_IsKeyAlgorithm(f.keyAlgorithm))
+      SprintEcKey(s, tabs, f.spki);
+    else
+      SprintRsaKey(s, tabs, f.publicKey);
+  }
   if (details > obCertHerror_Names) imp_->extensions.Sprint(s, indent);
 }
 

@@ -95,21 +95,40 @@ obVfy_status obSigned::VerifySig(obPubKey* key) const {
   return obVerifySignedFields(parts, key);
 }
 
+namespace {
+
+// Whether key can check a signature of kind need. RSA keys from an installed
+// importer may report another kind; only the elliptic-curve kinds are sure.
+bool KeyFits(const obPubKey& key, obAlgType need) {
+  obAlgType have = key.algorithm();
+  return have == need || (need == obAlg_RSA && have != obAlg_EC && have != obAlg_Ed25519);
+}
+
+}  // namespace
+
 obVfy_status obVerifySignedFields(const obSignedFields& parts, obPubKey* key) {
-  ob_md_type md = obSignatureDigest(parts.algorithm);
-  if (md == ob_md_unknown) {
+  const obSignatureAlg* alg = obFindSignatureAlg(parts.algorithm);
+  if (!alg) {
     OB_HERROR("ob_VerifySigned: unsupported algorithm");
     return obVfy_UnsupportedAlg;
   }
+  const unsigned char* tbs = parts.toBeSigned.tlv.data;
+  unsigned tbsLen = static_cast<unsigned>(parts.toBeSigned.tlv.size);
   unsigned char digest[kObMaxDigestLen];
-  int digestLen = ny_md_hashbuf(md, parts.toBeSigned.tlv.data, static_cast<unsigned>(parts.toBeSigned.tlv.size), digest);
-  if (digestLen < 0) return obVfy_UnsupportedAlg;
+  int digestLen = 0;
+  // Ed25519 signs the message itself; the others a digest of it.
+  if (alg->key != obAlg_Ed25519) {
+    digestLen = ny_md_hashbuf(alg->md, tbs, tbsLen, digest);
+    if (digestLen < 0) return obVfy_UnsupportedAlg;
+  }
   // Signature octets: the bit count rounded up to whole octets.
   size_t bits = parts.signature.size * 8 - parts.unusedBits;
   int sigLen = static_cast<int>((bits + 7) / 8);
-  if (!key || key->Verify(obPKop_DigestInfoCompat, md, digest, digestLen, parts.signature.data, sigLen) < 0)
-    return obVfy_BadSignature;
-  return obVfy_OK;
+  if (!key || !KeyFits(*key, alg->key)) return obVfy_BadSignature;
+  int rc = alg->key == obAlg_Ed25519
+               ? key->Verify(obPKop_Raw, alg->md, tbs, static_cast<int>(tbsLen), parts.signature.data, sigLen)
+               : key->Verify(obPKop_DigestInfoCompat, alg->md, digest, digestLen, parts.signature.data, sigLen);
+  return rc < 0 ? obVfy_BadSignature : obVfy_OK;
 }
 
 void obSaveSigned(obSigned* obj) { obSavePKobj(obj); }

@@ -12,13 +12,14 @@
 
 namespace {
 
-// The key's PKCS#1 signature over digest, asking first for its length.
-int SignDigest(obPubKey& key, ob_md_type md, const unsigned char* digest, int digestLen,
-               std::vector<unsigned char>& signature) {
-  int size = key.Sign(obPKop_DigestInfoCompat, md, digest, digestLen, nullptr, 0);
+// The key's signature over in (a digest, or for Ed25519 the message), asking
+// first for its length.
+int SignInput(obPubKey& key, ob_md_type md, const unsigned char* in, int inLen,
+              std::vector<unsigned char>& signature) {
+  int size = key.Sign(obPKop_DigestInfoCompat, md, in, inLen, nullptr, 0);
   if (size <= 0) return -1;
   signature.resize(static_cast<size_t>(size));
-  int written = key.Sign(obPKop_DigestInfoCompat, md, digest, digestLen, signature.data(), size);
+  int written = key.Sign(obPKop_DigestInfoCompat, md, in, inLen, signature.data(), size);
   if (written <= 0) return -1;
   signature.resize(static_cast<size_t>(written));
   return 0;
@@ -36,15 +37,16 @@ int WriteSigned(obAsnWriteBuf& b, const nyBinBuf& tbs, const obAsnOid& alg,
 }  // namespace
 
 int obX509Sign(const obAsnType& tbs, obPubKey& key, ob_md_type md, nyBinBuf& out) {
-  if (key.algorithm() != obAlg_RSA) {
-    OB_HERROR("obX509Sign: curretnly work only for RSA (%d)", static_cast<int>(key.algorithm()));
+  obAlgType kind = key.algorithm();
+  if (kind != obAlg_RSA && kind != obAlg_EC && kind != obAlg_Ed25519) {
+    OB_HERROR("obX509Sign: cannot sign with key kind %d", static_cast<int>(kind));
     return -1;
   }
   if (!(key.Flags() & obPK_Flag_Sign)) {
     OB_HERROR("obX509Sign: Key cannot sign (flags = %x)", key.Flags());
     return -1;
   }
-  const obAsnOid* alg = obSignatureOid(md);
+  const obAsnOid* alg = obSignatureOid(md, kind);
   if (!alg) {
     OB_HERROR("obX509Sign: Cannot find sign OID (%d)", static_cast<int>(md));
     return -1;
@@ -55,13 +57,18 @@ int obX509Sign(const obAsnType& tbs, obPubKey& key, ob_md_type md, nyBinBuf& out
     return -1;
   }
   unsigned char digest[kObMaxDigestLen];
-  int digestLen = ny_md_hashbuf(md, encoded.Data(), encoded.Len(), digest);
-  if (digestLen <= 0) {
+  const unsigned char* in = encoded.Data();
+  int inLen = static_cast<int>(encoded.Len());
+  if (kind != obAlg_Ed25519) {
+    inLen = ny_md_hashbuf(md, encoded.Data(), encoded.Len(), digest);
+    in = digest;
+  }
+  if (inLen <= 0) {
     OB_HERROR("obX509Sign: error digesting");
     return -1;
   }
   std::vector<unsigned char> signature;
-  if (SignDigest(key, md, digest, digestLen, signature) != 0) {
+  if (SignInput(key, md, in, inLen, signature) != 0) {
     OB_HERROR("obX509Sign: error signing");
     return -1;
   }

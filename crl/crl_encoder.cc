@@ -14,6 +14,7 @@
 #include "nycert/certs/x509_sign.h"
 #include "nycert/certs/x509_time_internal.h"
 #include "nycert/crl/issuing_dp.h"
+#include "nycert/keys/pubkey.h"
 #include "nycert/platform/obclock.h"
 
 namespace {
@@ -93,7 +94,7 @@ int obCRL_Encoder_imp::BuildExtensions(obASN_Extensions& out) const {
 }
 
 int obCRL_Encoder_imp::BuildTbs(ob_md_type md, obASN_TBSCertList& tbs) const {
-  const obAsnOid* alg = obSignatureOid(md);
+  const obAsnOid* alg = obSignatureOid(md, key.algorithm());
   if (!alg) {
     OB_HERROR("obCRL_Encoder::Encode: no signature algorithm for digest %d", static_cast<int>(md));
     return -1;

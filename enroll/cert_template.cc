@@ -10,8 +10,8 @@
 #include "nycert/certs/extension.h"
 #include "nycert/certs/print_text_internal.h"
 #include "nycert/enroll/cert_template_internal.h"
+#include "nycert/keys/any_key.h"
 #include "nycert/keys/pubkey.h"
-#include "nycert/keys/rsa_import.h"
 #include "nycert/platform/obstream.h"
 
 obCertTemplate_imp::~obCertTemplate_imp() { SetKey(nullptr); }
@@ -121,7 +121,7 @@ int obCertTemplate::MatchCert(const obCert& cert) const {
   if (!imp_->key) return 0;
   obDerSpan spki = cert.SubjectPublicKeyInfo();
   obPubKey* certKey =
-      spki.size ? obImportRSAKey(obPK_Format_PublicDER, spki.data, static_cast<int>(spki.size)) : nullptr;
+      spki.size ? obImportPublicKeyInfo(spki.data, static_cast<int>(spki.size)) : nullptr;
   if (!certKey) {
     OB_HERROR("%s: No key in the certificate.", kName);
     return -1;

@@ -25,15 +25,12 @@
 #include "nycert/certs/x509_time_internal.h"
 #include "nycert/enroll/cert_template.h"
 #include "nycert/enroll/cert_template_internal.h"
+#include "nycert/keys/any_key.h"
 #include "nycert/keys/pubkey.h"
-#include "nycert/keys/rsa_import.h"
-#include "nycert/keys/rsa_key_formats.h"
 
 int obTemplateKeyInfo(obPubKey& key, obASN_SubjectPublicKeyInfo& out) {
-  int len = key.Export(obPK_Format_PublicDER, nullptr, 0);
-  if (len <= 0) return -1;
-  nyBinBuf pkcs1(static_cast<unsigned>(len)), spki;
-  if (key.Export(obPK_Format_PublicDER, pkcs1.Data(), len) != len || obPKCS1toPkInfo(pkcs1, spki) != 0) return -1;
+  nyBinBuf spki;
+  if (obPubKeyInfoOf(key, spki) != 0) return -1;
   return obAsnDecode(out, spki.Data(), spki.Len());
 }
 
@@ -49,11 +46,11 @@ void SetAlgorithm(obASN_AlgorithmIdentifier& alg, const obAsnOid& oid) {
   alg.parameters.reset();
 }
 
-// A key from a SubjectPublicKeyInfo, as an RSA key.
+// A key from a SubjectPublicKeyInfo.
 obPubKey* ImportKeyInfo(const obASN_SubjectPublicKeyInfo& info) {
   nyBinBuf der;
   if (obAsnEncode(info, der) != 0) return nullptr;
-  return obImportRSAKey(obPK_Format_PublicDER, der.Data(), static_cast<int>(der.Len()));
+  return obImportPublicKeyInfo(der.Data(), static_cast<int>(der.Len()));
 }
 
 }  // namespace
@@ -126,7 +123,7 @@ int obCertTemplate::Set(const obASN_CertTemplate& request) {
 }
 
 int obSignCertificate(obCertTemplate& tmpl, obPubKey& signingKey, ob_md_type md, nyBinBuf& out) {
-  const obAsnOid* alg = obSignatureOid(md);
+  const obAsnOid* alg = obSignatureOid(md, signingKey.algorithm());
   if (!alg) {
     OB_HERROR("obSignCertificate: couldn't find the oid of md type: %i", static_cast<int>(md));
     return -1;

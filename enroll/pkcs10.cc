@@ -24,8 +24,8 @@
 #include "nycert/certs/x509_sign.h"
 #include "nycert/enroll/cert_template.h"
 #include "nycert/enroll/cert_template_internal.h"
+#include "nycert/keys/any_key.h"
 #include "nycert/keys/pubkey.h"
-#include "nycert/keys/rsa_import.h"
 
 namespace {
 
@@ -97,7 +97,7 @@ void TakeChallengePassword(obASN_Attribute& attribute, nyBinBuf* password) {
 void SetKeyFromInfo(const obASN_SubjectPublicKeyInfo& info, obCertTemplate& out) {
   nyBinBuf der;
   if (obAsnEncode(info, der) != 0) return;
-  obPubKey* key = obImportRSAKey(obPK_Format_PublicDER, der.Data(), static_cast<int>(der.Len()));
+  obPubKey* key = obImportPublicKeyInfo(der.Data(), static_cast<int>(der.Len()));
   out.SetKey(key);
   obFreePubKey(key);
 }
@@ -162,7 +162,7 @@ int obDecode_full_pkcs10_with_password(const nyBinBuf& request, obCertTemplate& 
     else if (attribute.type == obASN_challengePassword)
       TakeChallengePassword(attribute, password);
   }
-  if (obSignatureDigest(parts.algorithm) == ob_md_unknown) {
+  if (!obFindSignatureAlg(parts.algorithm)) {
     OB_HERROR("%s: unsupported signature algorithm", kDecodeName);
     return -1;
   }

@@ -20,11 +20,15 @@ namespace decode_differential {
 
 // Whether the span reader took the object's structure: it decoded, or
 // failed only on what comes after the structure was read (a version beyond
-// v3, a key that is not RSA or does not import).
+// v3, a key of a kind not supported or that does not import).
 inline bool StructureRead(const obSigned& object) {
   if (object.OK()) return true;
   const char* error = object.Error().getstr();
-  for (const char* later : {"Unsupported version", "Not RSA key", "DSA key not supported", "Error decoding key"})
+  for (const char* later : {"Unsupported version", "Not RSA key", "DSA key not supported", "Error decoding key",
+                            "EC key without curve", "EC key without named curve",
+                            "Explicit EC curve parameters not supported", "Unsupported EC curve",
+                            "Compressed EC point not supported", "Bad EC point", "Wrong Ed25519 key length",
+                            "Ed25519 key with parameters"})
     if (error && std::strcmp(error, later) == 0) return true;
   return false;
 }

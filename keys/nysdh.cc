@@ -146,6 +146,8 @@ int nySDH_imp::Export(obPK_Format fmt, void* out, int outLen) {
       return ExportInteger(OSSL_PKEY_PARAM_PUB_KEY, out, outLen);
     case obPK_Format_PrivateDER:
       return ExportInteger(OSSL_PKEY_PARAM_PRIV_KEY, out, outLen);
+    case obPK_Format_PublicKeyInfo:
+      break;
   }
   OB_HERROR("%s: %d not implemented", "nySDH_imp::Export", static_cast<int>(fmt));
   return obPK_RC_NotImplemented;

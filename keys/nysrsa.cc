@@ -196,6 +196,8 @@ int nySRSA_imp::Export(obPK_Format fmt, void* out, int outLen) {
       return ExportDer(0, out, outLen);
     case obPK_Format_PrivateDER:
       return ExportDer(1, out, outLen);
+    case obPK_Format_PublicKeyInfo:
+      break;
   }
   OB_HERROR("%s: %d not implemented", "nySRSA_imp::Export", static_cast<int>(fmt));
   return obPK_RC_NotImplemented;

@@ -5,7 +5,8 @@
 #include "nycert/platform/md_types.h"
 
 // Key algorithms.
-enum obAlgType : int { obAlg_None = 0, obAlg_RSA = 1, obAlg_DH = 2 };
+// obAlg_EC is ECDSA on a NIST prime curve; obAlg_Ed25519 signs whole messages.
+enum obAlgType : int { obAlg_None = 0, obAlg_RSA = 1, obAlg_DH = 2, obAlg_EC = 3, obAlg_Ed25519 = 4 };
 
 // Operation modes of Sign and Verify. Modes 0 and 2 sign the DigestInfo of the
 // input; 1 and 3 sign the input as it is. Verify in mode 3 accepts either form.
@@ -22,8 +23,9 @@ constexpr unsigned obPK_Flag_Sign = 0x8;
 // Export forms of a key.
 enum obPK_Format : int {
   obPK_Format_Set = 0,         // attribute set, written through an obset** of size 4
-  obPK_Format_PublicDER = 1,   // public key DER (RSAPublicKey for RSA)
-  obPK_Format_PrivateDER = 2,  // private key DER (RSAPrivateKey for RSA)
+  obPK_Format_PublicDER = 1,   // public key DER (RSAPublicKey for RSA; the key octets for EC)
+  obPK_Format_PrivateDER = 2,  // private key DER (RSAPrivateKey for RSA, PrivateKeyInfo for EC)
+  obPK_Format_PublicKeyInfo = 3,  // SubjectPublicKeyInfo DER (EC and Ed25519 keys)
 };
 
 // What GetLen measures.

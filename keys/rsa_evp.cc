@@ -2,7 +2,6 @@
 
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
-#include <openssl/decoder.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/param_build.h>
@@ -11,6 +10,7 @@
 #include <memory>
 
 #include "nycert/buffers/diag.h"
+#include "nycert/keys/key_decoder_internal.h"
 #include "nycert/keys/rsa_evp_internal.h"
 #include "nycert/keys/rsa_key_formats.h"
 #include "nycert/platform/obset.h"
@@ -37,26 +37,8 @@ int KeyPartBytes(const EVP_PKEY* key, const char* name, nyBinBuf& out) {
   return 0;
 }
 
-// A key in one DER structure: "type-specific" (the PKCS#1 forms) or
-// "SubjectPublicKeyInfo", with no octets left over; null otherwise.
-EVP_PKEY* DecodeDer(const unsigned char* der, size_t len, const char* structure, int selection) {
-  EVP_PKEY* key = nullptr;
-  OSSL_DECODER_CTX* ctx =
-      OSSL_DECODER_CTX_new_for_pkey(&key, "DER", structure, "RSA", selection, nullptr, nullptr);
-  const unsigned char* p = der;
-  size_t left = len;
-  bool ok = ctx && OSSL_DECODER_from_data(ctx, &p, &left) == 1 && left == 0 && key;
-  OSSL_DECODER_CTX_free(ctx);
-  if (!ok) {
-    EVP_PKEY_free(key);
-    key = nullptr;
-  }
-  ERR_clear_error();
-  return key;
-}
-
 EVP_PKEY* PrivateFromPkcs1(const unsigned char* der, size_t len) {
-  return DecodeDer(der, len, "type-specific", EVP_PKEY_KEYPAIR);
+  return nyDecodeKeyDer(der, len, "type-specific", "RSA", EVP_PKEY_KEYPAIR);
 }
 
 EVP_PKEY* PrivateFromPkcs8(const unsigned char* der, size_t len) {

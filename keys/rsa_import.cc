@@ -27,6 +27,8 @@ obPubKey* BuiltinImport(void*, obPK_Format fmt, const void* data, int len) {
       return der && len > 0 ? nySRSA_New(RsaPublicFromDer(der, static_cast<size_t>(len))) : nullptr;
     case obPK_Format_PrivateDER:
       return der && len > 0 ? nySRSA_New(RsaPrivateFromDer(der, static_cast<size_t>(len))) : nullptr;
+    case obPK_Format_PublicKeyInfo:
+      break;
   }
   OB_HERROR("nySRSA_imp: unsupported type to import: %d", static_cast<int>(fmt));
   return nullptr;

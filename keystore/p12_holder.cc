@@ -8,13 +8,11 @@
 #include <memory>
 #include <string>
 
-#include "nycert/asn1/modules/pkcs8.h"
 #include "nycert/asn1/runtime/asn_bufset.h"
 #include "nycert/buffers/diag.h"
 #include "nycert/certs/cert.h"
+#include "nycert/keys/any_key.h"
 #include "nycert/keys/pubkey.h"
-#include "nycert/keys/rsa_import.h"
-#include "nycert/keys/rsa_key_formats.h"
 #include "nycert/keystore/certified_key.h"
 #include "nycert/keystore/key_holder.h"
 #include "nycert/keystore/pfx_decode.h"
@@ -38,19 +36,7 @@ void AddCertBag(const obCert* cert, const char* name, const unsigned char* id, i
 }
 
 // The key's private half as a PrivateKeyInfo: 0, or -1.
-int PrivateKeyInfo(obPubKey* key, nyBinBuf& out) {
-  int len = key ? key->Export(obPK_Format_PrivateDER, nullptr, 0) : -1;
-  if (len <= 0) return -1;
-  nyBinBuf der(static_cast<unsigned>(len));
-  int rc = key->Export(obPK_Format_PrivateDER, der.Data(), len) == len ? 0 : -1;
-  obASN_PrivateKeyInfo info;
-  if (rc == 0 && obAsnDecode(info, der.Data(), der.Len()) == 0)
-    out = der;
-  else if (rc == 0)
-    rc = obPKCS8fromPKCS1(der, out);
-  obP12Wipe(der);
-  return rc;
-}
+int PrivateKeyInfo(obPubKey* key, nyBinBuf& out) { return key ? obPrivateKeyInfoOf(*key, out) : -1; }
 
 int AddCertifiedKey(obCertifiedKey* key, obP12Contents& out, obString& message) {
   const obCerts& chain = key->Chain();
@@ -120,7 +106,7 @@ void LinkUnidentifiedKeys(obP12Contents& contents) {
 int RawHolder(const obP12Contents& contents, obKeyHolder& raw, obString& message) {
   for (const obP12Bag& bag : contents.bags) {
     if (bag.kind != obP12Bag::kKey) continue;
-    obPubKey* key = obImportRSAKey(obPK_Format_PrivateDER, bag.der.Data(), static_cast<int>(bag.der.Len()));
+    obPubKey* key = obImportPrivateKey(bag.der.Data(), static_cast<int>(bag.der.Len()));
     if (!key) {
       message = "The PKCS#12 file holds a private key of a kind that cannot be read";
       return -1;

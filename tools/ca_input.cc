@@ -13,8 +13,8 @@
 #include "nycert/buffers/obstring.h"
 #include "nycert/buffers/pem.h"
 #include "nycert/certs/cert.h"
+#include "nycert/keys/any_key.h"
 #include "nycert/keys/pubkey.h"
-#include "nycert/keys/rsa_import.h"
 #include "tool_input.h"
 
 bool ToolArgs::Parse(int argc, char** argv, const std::set<std::string>& valued, const std::set<std::string>& flags,
@@ -53,10 +53,10 @@ obPubKey* ReadPrivateKey(const std::string& path, std::string& error) {
     error = path + ": cannot read";
     return nullptr;
   }
-  obPubKey* key = obImportRSAKeyPEM(reinterpret_cast<const char*>(text.Data()), text.Len());
+  obPubKey* key = obImportKeyPEM(reinterpret_cast<const char*>(text.Data()), text.Len());
   if (key && (key->Flags() & obPK_Flag_Sign)) return key;
   obFreePubKey(key);
-  error = path + ": not an RSA private key in PEM";
+  error = path + ": not a private key in PEM";
   return nullptr;
 }
 

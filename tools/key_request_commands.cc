@@ -13,9 +13,10 @@
 #include "nycert/certs/ext_gn.h"
 #include "nycert/certs/extensions_list.h"
 #include "nycert/enroll/pkcs10.h"
+#include "nycert/keys/any_key.h"
+#include "nycert/keys/nysec.h"
 #include "nycert/keys/pubkey.h"
 #include "nycert/keys/rsa_gen.h"
-#include "nycert/keys/rsa_key_formats.h"
 #include "nycert/names/general_name.h"
 #include "nycert/names/general_names.h"
 #include "nycert/names/obdn.h"
@@ -23,9 +24,10 @@
 namespace {
 
 const char kGenkeyUsage[] =
-    "usage: nycert genkey [--bits N] -o KEY\n"
+    "usage: nycert genkey [--bits N | --ec P-256|P-384|P-521|ed25519] -o KEY\n"
     "\n"
-    "Makes an RSA key pair of N bits (2048 unless given; 1024 to 16384) and\n"
+    "Makes an RSA key pair of N bits (2048 unless given; 1024 to 16384), or\n"
+    "with --ec an ECDSA key pair on the named curve or an Ed25519 key pair, and\n"
     "writes it to KEY as an unencrypted PKCS#8 PEM file readable by its owner only.\n";
 
 const char kReqUsage[] =
@@ -72,19 +74,19 @@ obGeneralName* AltName(const std::string& text) {
 int GenkeyCommand(int argc, char** argv) {
   ToolArgs args;
   std::string error;
-  if (!args.Parse(argc, argv, {"--bits", "-o"}, {}, error)) return Usage("genkey", kGenkeyUsage, error);
+  if (!args.Parse(argc, argv, {"--bits", "--ec", "-o"}, {}, error)) return Usage("genkey", kGenkeyUsage, error);
   if (args.Help()) return std::fputs(kGenkeyUsage, stdout) < 0 ? 1 : 0;
   long bits = 2048;
   if (args.Has("--bits") && !ParseNumber(args.Get("--bits"), 1024, 16384, bits))
     return Usage("genkey", kGenkeyUsage, "--bits takes a number from 1024 to 16384");
+  nyECCurve curve = args.Has("--ec") ? nyEC_CurveByName(args.Get("--ec").c_str()) : nyEC_None;
+  if (args.Has("--ec") && (curve == nyEC_None || args.Has("--bits")))
+    return Usage("genkey", kGenkeyUsage, "--ec takes P-256, P-384, P-521 or ed25519, without --bits");
   if (!args.Has("-o")) return Usage("genkey", kGenkeyUsage, "-o KEY is required");
-  KeyPtr key(obGenerateRSA(static_cast<int>(bits)), obFreePubKey);
-  int len = key ? key->Export(obPK_Format_PrivateDER, nullptr, 0) : -1;
-  if (len <= 0) return Failed("genkey", "cannot make the key");
-  nyBinBuf pkcs1(static_cast<unsigned>(len)), pkcs8;
-  if (key->Export(obPK_Format_PrivateDER, pkcs1.Data(), len) != len || obPKCS8fromPKCS1(pkcs1, pkcs8) != 0)
-    return Failed("genkey", "cannot export the key");
-  pkcs1.Zero();
+  KeyPtr key(curve != nyEC_None ? nySEC_Generate(curve) : obGenerateRSA(static_cast<int>(bits)), obFreePubKey);
+  if (!key) return Failed("genkey", "cannot make the key");
+  nyBinBuf pkcs8;
+  if (obPrivateKeyInfoOf(*key, pkcs8) != 0) return Failed("genkey", "cannot export the key");
   bool written = WritePem(args.Get("-o"), "PRIVATE KEY", pkcs8, 0600, error);
   pkcs8.Zero();
   return written ? 0 : Failed("genkey", error);

@@ -18,7 +18,7 @@ const char kUsage[] =
     "  show      print certificates and CRLs from DER or PEM files\n"
     "  chain     sort a bag of certificates into a chain anchored at a trusted root\n"
     "  crl-db    list, print and clean the CRL cache's database\n"
-    "  genkey    make an RSA key pair\n"
+    "  genkey    make an RSA, ECDSA or Ed25519 key pair\n"
     "  req       make a PKCS#10 certification request\n"
     "  sign      issue a certificate for a request\n"
     "  crl-sign  issue a CRL\n"

@@ -202,7 +202,9 @@ TEST(CertDecode, KeyErrors) {
   };
   for (const Case& c : {
            Case{keyAlg("1.2.840.10040.4.1"), "DSA key not supported"},
-           Case{keyAlg("1.2.840.10045.2.1"), "Not RSA key"},
+           Case{keyAlg("1.2.840.10045.2.1"), "EC key without named curve"},  // NULL parameters
+           Case{keyAlg("1.3.101.110"), "Not RSA key"},                        // X25519
+           Case{keyAlg("1.3.101.112"), "Ed25519 key with parameters"},
            Case{keyAlg("1.3.14.3.2.29"), nullptr},  // an old CA's name for an RSA key
            Case{[](obASN_Certificate& c) {
                   static const unsigned char kEven[] = {0x30, 0x08, 0x02, 0x03, 0x00, 0x80, 0x02, 0x02, 0x01, 0x01};

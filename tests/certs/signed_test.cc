@@ -82,8 +82,8 @@ TEST(SignedVerify, ReportsUndecodableAndUnsupported) {
             Gated([&] { return notSigned.VerifySig(pki.CaKey()); }, "ob_VerifySigned: Failed decoding of signed"));
   Bytes trailing = Cat({pki.CaDer(), Hex("00")});
   EXPECT_EQ(obVfy_DecodeError, obSigned(trailing.data(), static_cast<unsigned>(trailing.size())).VerifySig(pki.CaKey()));
-  Bytes ecdsa = WithOuterAlgorithm(pki.CaDer(), "1.2.840.10045.4.3.2");
-  obSigned unsupported(ecdsa.data(), static_cast<unsigned>(ecdsa.size()));
+  Bytes pss = WithOuterAlgorithm(pki.CaDer(), "1.2.840.113549.1.1.10");  // RSASSA-PSS
+  obSigned unsupported(pss.data(), static_cast<unsigned>(pss.size()));
   EXPECT_EQ(obVfy_UnsupportedAlg,
             Gated([&] { return unsupported.VerifySig(pki.CaKey()); }, "ob_VerifySigned: unsupported algorithm"));
 }

@@ -362,7 +362,7 @@ TEST(CrlCacheLookup, SignatureCheckIsRememberedPerIssuerKey) {
   CrlCacheSandbox sandbox;
   CrlPtr crl = FreshCrl("");
   EXPECT_EQ(crl->VerifyWith(*TestCerts().ca), obVfy_OK);
-  // An issuer with another key (an EC one, which the library does not import) fails,
+  // An issuer with another key (an EC one) fails,
   // and asking again with the right key is answered anew.
   CertRequest ec;
   ec.subject = "/CN=ec issuer";

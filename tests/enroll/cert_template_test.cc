@@ -162,7 +162,8 @@ TEST(CertTemplate, MatchComparesOnlySerialAndKey) {
     return pki.Issue("match_ec", ec);
   }();
   CertPtr ecCert = Decoded<obCert>(ecCertDer);
-  EXPECT_EQ(-1, Gated([&] { return t.MatchCert(*ecCert); }, "obCertTemplate_imp::MatchCert: No key in the certificate."));
+  EXPECT_EQ(-1, Gated([&] { return t.MatchCert(*ecCert); },
+                      "obCertTemplate_imp::MatchCert: key in the certificate is different than in the request."));
 }
 
 TEST(CertTemplate, CopiesAreDeepAndClearUnsetsEverything) {

@@ -132,7 +132,7 @@ TEST_F(ToolCa, UsageAndInputErrors) {
       {"req --key " + File("ee.key") + " --subject 'CN=x' --san url:x -o x", 2, "not a subject alternative name"},
       {"req --key " + File("ee.key") + " --subject 'CN=x' --challenge-from-env NYCERT_NO_SUCH_VAR -o x", 1,
        "the environment has no"},
-      {"req --key " + File("ee.csr") + " --subject 'CN=x' -o x", 1, "not an RSA private key"},
+      {"req --key " + File("ee.csr") + " --subject 'CN=x' -o x", 1, "not a private key"},
       {"sign --ca-key " + File("int.key") + " --csr " + File("ee.csr") + " --days 1 -o x", 1,
        "needs a request signed by the CA key"},
       {"sign --ca-key " + File("int.key") + " --csr " + File("ee.csr") + " --days 1 --path-len 1 -o x", 2,

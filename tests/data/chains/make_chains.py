@@ -69,7 +69,7 @@ def corrupt_signature(pem):
 
 
 class Keys:
-    """RSA-2048 keys made once per run and shared by the cases' PKIs."""
+    """Keys (RSA-2048, or EC on P-256 or secp256k1) made once per run and shared by the cases' PKIs."""
 
     def __init__(self, folder):
         self.folder = folder
@@ -78,8 +78,9 @@ class Keys:
     def get(self, name, kind="rsa"):
         if name not in self.made:
             path = os.path.join(self.folder, name + ".key")
-            if kind == "ec":
-                run("genpkey", "-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:P-256", "-out", path)
+            if kind in ("ec", "secp256k1"):
+                curve = "P-256" if kind == "ec" else kind
+                run("genpkey", "-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:" + curve, "-out", path)
             else:
                 run("genpkey", "-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048", "-out", path)
             self.made[name] = path
@@ -338,8 +339,11 @@ def path_cases(s):
     chain = three_level(p)
     s.case(p.case, 1, 0, -1, [corrupt_signature(chain[0])] + chain[1:])
 
-    p = s.pki("ee_ec_key_bad_input")
-    s.case(p.case, PATH_SIG, -1000, 0, three_level(p, ee={"key_kind": "ec", "key": "ee_ec"}))
+    p = s.pki("ee_ec_key_validates")
+    s.case(p.case, PATH_SIG, 0, -1, three_level(p, ee={"key_kind": "ec", "key": "ee_ec"}))
+
+    p = s.pki("ee_secp256k1_key_bad_input")
+    s.case(p.case, PATH_SIG, -1000, 0, three_level(p, ee={"key_kind": "secp256k1", "key": "ee_k1"}))
 
 
 def name_cases(s):
