@@ -39,7 +39,8 @@ int WriteSigned(obAsnWriteBuf& b, const nyBinBuf& tbs, const obAsnOid& alg,
 int obX509Sign(const obAsnType& tbs, obPubKey& key, ob_md_type md, nyBinBuf& out) {
   obAlgType kind = key.algorithm();
   if (kind != obAlg_RSA && kind != obAlg_EC && kind != obAlg_Ed25519) {
-    OB_HERROR("obX509Sign: cannot sign with key kind %d", static_cast<int>(kind));
+    // The message predates the EC kinds and is kept as callers know it.
+    OB_HERROR("obX509Sign: curretnly work only for RSA (%d)", static_cast<int>(kind));
     return -1;
   }
   if (!(key.Flags() & obPK_Flag_Sign)) {

@@ -86,7 +86,7 @@ TEST(X509Sign, RefusesKeysThatCannotSignAndUnknownDigests) {
                       "obX509Sign: Key cannot sign (flags = 1)"));
   OtherKey other;
   EXPECT_EQ(-1, Gated([&] { return obX509Sign(tbs, other, ob_md_sha256, out); },
-                      "obX509Sign: cannot sign with key kind 2"));
+                      "obX509Sign: curretnly work only for RSA (2)"));
   EXPECT_EQ(-1, Gated([&] { return obX509Sign(tbs, *pki.CaKey(), ob_md_unknown, out); },
                       "obX509Sign: Cannot find sign OID (3)"));
   obASN_TBSCertificate unencodable = tbs;
