@@ -52,19 +52,7 @@ unsigned nySEC_imp::Flags() const {
 
 int nySEC_imp::Sign(obPKop_type, ob_md_type, const unsigned char* in, int inLen, unsigned char* out, int outLen) {
   static const char kFn[] = "nySEC_imp::Sign";
-  if (!hasPrivate_) {
-    OB_HERROR("%s: no private key", kFn);
-    return obPK_RC_NotImplemented;
-  }
-  if (!in || inLen < 1) {
-    OB_HERROR("%s: no input", kFn);
-    return obPK_RC_ExportFailed;
-  }
-  if (!out) return maxSigLen_;
-  if (outLen < maxSigLen_) {
-    OB_HERROR("%s length too short", kFn);
-    return obPK_RC_BufferTooSmall;
-  }
+  if (int rc = SignPrecheck(kFn, hasPrivate_, in, inLen, out, outLen, maxSigLen_)) return rc;
   size_t written = static_cast<size_t>(outLen);
   bool ok;
   if (curve_ == nyEC_Ed25519) {

@@ -132,19 +132,7 @@ int nySRSA_imp::SignBlock(const unsigned char* block, int blockLen, unsigned cha
 int nySRSA_imp::Sign(obPKop_type op, ob_md_type md, const unsigned char* in, int inLen, unsigned char* out,
                      int outLen) {
   static const char kFn[] = "nySRSA_imp::Sign";
-  if (!hasPrivate_) {
-    OB_HERROR("%s: no private key", kFn);
-    return obPK_RC_NotImplemented;
-  }
-  if (!in || inLen < 1) {
-    OB_HERROR("%s: no input", kFn);
-    return obPK_RC_ExportFailed;
-  }
-  if (!out) return nbytes_;
-  if (outLen < nbytes_) {
-    OB_HERROR("%s length too short", kFn);
-    return obPK_RC_BufferTooSmall;
-  }
+  if (int rc = SignPrecheck(kFn, hasPrivate_, in, inLen, out, outLen, nbytes_)) return rc;
   if (op == obPKop_Raw || op == obPKop_RawOrDigestInfo) return SignBlock(in, inLen, out);
   if (!WrapsDigestInfo(op)) {
     OB_HERROR("%s: unsupported op %d", kFn, static_cast<int>(op));

@@ -310,3 +310,21 @@ int obPubKey_Equal(obPubKey* a, obPubKey* b) {
   }
   return 1;
 }
+
+int obPubKey_imp_vc::SignPrecheck(const char* fn, bool hasPrivate, const unsigned char* in, int inLen,
+                                  const unsigned char* out, int outLen, int sigLen) {
+  if (!hasPrivate) {
+    OB_HERROR("%s: no private key", fn);
+    return obPK_RC_NotImplemented;
+  }
+  if (!in || inLen < 1) {
+    OB_HERROR("%s: no input", fn);
+    return obPK_RC_ExportFailed;
+  }
+  if (!out) return sigLen;
+  if (outLen < sigLen) {
+    OB_HERROR("%s length too short", fn);
+    return obPK_RC_BufferTooSmall;
+  }
+  return 0;
+}

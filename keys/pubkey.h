@@ -45,6 +45,13 @@ class NYCERT_EXPORT obPubKey_imp_vc : public obPKobj_imp {
   virtual int Remove();
   virtual const char* ClassName() const = 0;
   virtual void Herror() const;
+
+ protected:
+  // The checks every kind runs before signing: 0 to go on, else what Sign
+  // returns (sigLen when out is null, to measure; a negative code, reported
+  // under fn, when there is no private key, no input or too little room).
+  static int SignPrecheck(const char* fn, bool hasPrivate, const unsigned char* in, int inLen,
+                          const unsigned char* out, int outLen, int sigLen);
 };
 
 class NYCERT_EXPORT obPubKey : public obPKobj {
