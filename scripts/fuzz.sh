@@ -25,7 +25,8 @@ ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   -artifact_prefix="$findings/" "$work" "fuzz/corpus/$target" >"$log" 2>&1 || status=$?
 
 stat() { sed -n "s/^stat::$1: *//p" "$log"; }
-echo "$target: $(stat number_of_executed_units) runs in ${seconds} s, $(stat average_exec_per_sec) exec/s," \
+edges=$(grep -o 'cov: [0-9]* ft: [0-9]*' "$log" | tail -1)
+echo "$target: $(stat number_of_executed_units) runs in ${seconds} s, $(stat average_exec_per_sec) exec/s, ${edges:-cov: ?}," \
   "$(stat new_units_added) new inputs, corpus $(find "$work" -type f | wc -l) files, peak RSS $(stat peak_rss_mb) MB"
 if [ "$status" -ne 0 ]; then
   echo "$target: finding (exit $status); input in $findings/, log in $log" >&2
