@@ -129,6 +129,7 @@ int obAsnString::Set(const unsigned char* p, unsigned long n) {
     return -1;
   }
   content_.Assign(p, n);
+  received_ = false;
   return 0;
 }
 
@@ -160,6 +161,7 @@ int obAsnString::BDec(obAsnReadBuf& b, unsigned long& bytesDecoded) {
 }
 
 int obAsnString::BDecContent(obAsnReadBuf& b, obAsnTag tag, obAsnLen len, unsigned long& bytesDecoded) {
+  received_ = false;
   if (obAsnDecodeOctsContent(b, tag, len, bytesDecoded, content_) < 0) {
     OB_HERROR("%s::BDecContent attempt to decode content failed", kind_->name);
     return -1;
@@ -169,15 +171,17 @@ int obAsnString::BDecContent(obAsnReadBuf& b, obAsnTag tag, obAsnLen len, unsign
     content_.Clear();
     return -1;
   }
+  received_ = true;
   return 1;
 }
 
 int obAsnString::BEncContent(obAsnWriteBuf& b) const {
-  if (!Check()) {
+  bool valid = Check() != 0;
+  if (!valid && !received_) {
     OB_HERROR("%s::BEncContent content not allowed in this type", kind_->name);
     return -1;
   }
-  if (!kind_->der) return obAsnPutContent(b, data(), size(), kind_->name);
+  if (!kind_->der || !valid) return obAsnPutContent(b, data(), size(), kind_->name);
   obAsnBytes der;
   if (kind_->der(data(), size(), der) < 0) {
     OB_HERROR("%s::BEncContent can't form the DER content", kind_->name);

@@ -3,8 +3,8 @@
 // obAsnString does the work for all of them: the content is stored as
 // octets, decoded like an OCTET STRING (primitive, or constructed BER
 // segments) under the type's own universal tag and kept as received, checked
-// against the type's character set when set or encoded, and encoded
-// primitive (DER). A concrete type only supplies
+// against the type's character set when set or given at construction, and
+// encoded primitive (DER). A concrete type only supplies
 // an obAsnStringKind: its name, tag, content check and print form.
 #ifndef NYCERT_ASN1_RUNTIME_ASN_STRING_H_
 #define NYCERT_ASN1_RUNTIME_ASN_STRING_H_
@@ -45,7 +45,9 @@ class NYCERT_EXPORT obAsnString : public obAsnType {
 
   // Decoded content is kept as received, even when it fails the type's check
   // (writers do send such names), unless KeepsUnchecked() says otherwise;
-  // Check() tells. Encoding refuses it.
+  // Check() tells. It encodes as received, so that a name copied from a
+  // decoded certificate stays the same octets; content the program gave
+  // must pass the check to be encoded.
   int BDecContent(obAsnReadBuf& b, obAsnTag tag, obAsnLen len, unsigned long& bytesDecoded);
   int BEncContent(obAsnWriteBuf& b) const;
 
@@ -78,6 +80,7 @@ class NYCERT_EXPORT obAsnString : public obAsnType {
  private:
   const obAsnStringKind* kind_;
   obAsnBytes content_;
+  bool received_ = false;  // content_ is what BDecContent read
 };
 
 // The constructors, Clone and Copy of a concrete string type Self, which
