@@ -102,27 +102,57 @@ bool ReadZone(TimeText& t, long* offset) {
   return true;
 }
 
+struct TimeFields {
+  long year, month, day, hour, minute, second = 0, offset = 0;
+};
+
+// The DER form "<year>MMDDhhmmssZ", which nearly every time sent takes, read
+// in one pass over its digits: false for any other form.
+bool ReadDerForm(const obAsnTimeSyntax& syntax, const unsigned char* p, unsigned long n, TimeFields& f) {
+  const unsigned long digits = static_cast<unsigned long>(syntax.yearDigits) + 10;
+  if (n != digits + 1 || p[digits] != 'Z') return false;
+  for (unsigned long i = 0; i < digits; ++i) {
+    if (static_cast<unsigned>(p[i] - '0') > 9) return false;
+  }
+  auto two = [p](int at) { return long{p[at] - '0'} * 10 + (p[at + 1] - '0'); };
+  int at = syntax.yearDigits;
+  f.year = at == 2 ? two(0) : two(0) * 100 + two(2);
+  f.month = two(at);
+  f.day = two(at + 2);
+  f.hour = two(at + 4);
+  f.minute = two(at + 6);
+  f.second = two(at + 8);
+  return true;
+}
+
+// Any form the syntax allows, through the cursor.
+bool ReadAnyForm(const obAsnTimeSyntax& syntax, const unsigned char* p, unsigned long n, TimeFields& f) {
+  TimeText t(p, n);
+  if (!t.Number(syntax.yearDigits, &f.year) || !t.Number(2, &f.month) || !t.Number(2, &f.day) ||
+      !t.Number(2, &f.hour) || !t.Number(2, &f.minute))
+    return false;
+  bool withSeconds = t.NextIsDigit();
+  if (withSeconds && !t.Number(2, &f.second)) return false;
+  if (syntax.fraction && withSeconds && (t.Take('.') || t.Take(','))) {
+    if (!t.NextIsDigit()) return false;
+    t.SkipDigits();
+  }
+  return ReadZone(t, &f.offset) && t.AtEnd();
+}
+
 // UTCTime (X.680 47):        YYMMDDhhmm[ss](Z|(+|-)hhmm)
 // GeneralizedTime (X.680 46): YYYYMMDDhhmm[ss[(.|,)f...]](Z|(+|-)hhmm)
 // Local times without a zone are refused; a fraction is read and dropped.
 // Seconds may be 60 (a leap second). Gives seconds since 1970 (UTC).
 bool ParseTime(const obAsnTimeSyntax& syntax, const unsigned char* p, unsigned long n, long* seconds) {
-  TimeText t(p, n);
-  long year, month, day, hour, minute, second = 0, offset;
-  if (!t.Number(syntax.yearDigits, &year) || !t.Number(2, &month) || !t.Number(2, &day) || !t.Number(2, &hour) ||
-      !t.Number(2, &minute))
+  TimeFields f;
+  if (!ReadDerForm(syntax, p, n, f) && !ReadAnyForm(syntax, p, n, f)) return false;
+  if (syntax.yearDigits == 2) f.year += f.year < 50 ? 2000 : 1900;
+  if (f.month < 1 || f.month > 12 || f.day < 1 || f.day > DaysInMonth(f.year, f.month) || f.hour > 23 ||
+      f.minute > 59 || f.second > 60)
     return false;
-  bool withSeconds = t.NextIsDigit();
-  if (withSeconds && !t.Number(2, &second)) return false;
-  if (syntax.fraction && withSeconds && (t.Take('.') || t.Take(','))) {
-    if (!t.NextIsDigit()) return false;
-    t.SkipDigits();
-  }
-  if (!ReadZone(t, &offset) || !t.AtEnd()) return false;
-  if (syntax.yearDigits == 2) year += year < 50 ? 2000 : 1900;
-  if (month < 1 || month > 12 || day < 1 || day > DaysInMonth(year, month) || hour > 23 || minute > 59 || second > 60)
-    return false;
-  *seconds = DaysFromCivil(year, month, day) * kSecondsPerDay + hour * 3600 + minute * 60 + second - offset;
+  *seconds = DaysFromCivil(f.year, f.month, f.day) * kSecondsPerDay + f.hour * 3600 + f.minute * 60 + f.second -
+             f.offset;
   return true;
 }
 
