@@ -56,8 +56,7 @@ bool BuildValues(obCert_imp& c) {
   c.version = static_cast<int>(f.version) + 1;
   obAsnReadBuf serial(f.serial.data, f.serial.size);
   unsigned long consumed = 0;
-  if (c.serialValue.BDecContent(serial, kDerInteger, static_cast<obAsnLen>(f.serial.size), consumed) < 0)
-    return false;
+  if (c.serialValue.BDecContent(serial, kDerInteger, static_cast<obAsnLen>(f.serial.size), consumed) < 0) return false;
   c.serial = &c.serialValue;
   c.issuer = DecodeName(f.issuer, c.issuerName);
   c.subject = DecodeName(f.subject, c.subjectName);
@@ -83,7 +82,9 @@ void obCert::Decode() {
   if (f.validityCount < 2) return SetError("No validity period");
   // The whole structure is read before what it says is judged.
   obAsnOid unhandled;
-  int rc = f.hasExtensions ? imp_->extensions.Process(f.extensions, obCertExtHandlers(), unhandled) : 0;
+  int rc = f.hasExtensions
+               ? imp_->extensions.Process(f.extensions, obCertExtHandlers(), unhandled, obExtMaking::kOnFirstUse)
+               : 0;
   if (rc < 0) return SetError("Error Decoding");
   if (f.version < 0) return SetError("Unsupported version");
   if (const char* why = KeyRefusal(f)) return SetError(why);
@@ -95,8 +96,7 @@ obPubKey* obCert::PubKey() {
   if (key || !OK()) return key;
   key = imp_->pubKey.Get([this] {
     const obDerSpan& spki = imp_->fields.spki;
-    obPublishOnce<obPubKey, obPubKeyFree>::Owned made(
-        obImportPublicKeyInfo(spki.data, static_cast<int>(spki.size)));
+    obPublishOnce<obPubKey, obPubKeyFree>::Owned made(obImportPublicKeyInfo(spki.data, static_cast<int>(spki.size)));
     if (made && !made->OK()) made.reset();
     return made;
   });

@@ -84,13 +84,22 @@ int obExtensionsList::Add(const obAsnOid& oid, int critical, obExtension* ext) {
   Entry& entry = entries_.back();
   entry.own = oid;
   entry.critical = critical ? 1 : 0;
-  entry.ext = ext;
+  entry.ext.Reset(ext);
   return 0;
+}
+
+obExtension* obExtensionsList::Made(const Entry& entry) {
+  if (!entry.make) return entry.ext.Peek();
+  return entry.ext.Get([&entry] {
+    int accepted = 0;
+    return std::unique_ptr<obExtension>(entry.make(entry.value, entry.critical, accepted));
+  });
 }
 
 obExtension* obExtensionsList::Get(const obAsnOid& oid) const {
   for (const Entry& e : entries_) {
-    if (e.Oid() == oid) return e.ext;
+    if (e.Oid() != oid) continue;
+    if (obExtension* ext = Made(e)) return ext;
   }
   return nullptr;
 }
@@ -102,14 +111,11 @@ int obExtensionsList::IsCritical(const obAsnOid& oid) const {
   return 0;
 }
 
-obExtension* obExtensionsList::At(int i) const { return i >= 0 && i < Count() ? entries_[i].ext : nullptr; }
+obExtension* obExtensionsList::At(int i) const { return i >= 0 && i < Count() ? Made(entries_[i]) : nullptr; }
 const obAsnOid* obExtensionsList::OidAt(int i) const { return i >= 0 && i < Count() ? &entries_[i].Oid() : nullptr; }
 int obExtensionsList::CriticalAt(int i) const { return i >= 0 && i < Count() ? entries_[i].critical : 0; }
 
-void obExtensionsList::Clear() {
-  for (Entry& e : entries_) delete e.ext;
-  entries_.clear();
-}
+void obExtensionsList::Clear() { entries_.clear(); }
 
 namespace {
 
@@ -131,7 +137,8 @@ bool obExtListIsWellFormed(obDerSpan extensionsContent) {
   return RestIsWellFormed(r);
 }
 
-int obExtensionsList::Process(obDerSpan extensionsContent, const obExtHandlerTable& table, obAsnOid& unhandled) {
+int obExtensionsList::Process(obDerSpan extensionsContent, const obExtHandlerTable& table, obAsnOid& unhandled,
+                              obExtMaking making) {
   obDerReader r(extensionsContent);
   entries_.reserve(entries_.size() + table.count);
   while (!r.AtEnd()) {
@@ -145,6 +152,15 @@ int obExtensionsList::Process(obDerSpan extensionsContent, const obExtHandlerTab
       return -1;
     }
     if (handler && !handler->handle) continue;
+    // A critical extension is judged now; a value joined from segments lives only here.
+    if (handler && !critical && making == obExtMaking::kOnFirstUse && joined.empty()) {
+      entries_.emplace_back();
+      Entry& entry = entries_.back();
+      entry.known = handler->oid;
+      entry.make = handler->handle;
+      entry.value = value;
+      continue;
+    }
     int accepted = 0;
     std::unique_ptr<obExtension> ext(handler ? handler->handle(value, critical, accepted) : nullptr);
     if (critical && (!ext || !accepted)) {
@@ -159,7 +175,7 @@ int obExtensionsList::Process(obDerSpan extensionsContent, const obExtHandlerTab
       Entry& entry = entries_.back();
       entry.known = handler->oid;
       entry.critical = critical ? 1 : 0;
-      entry.ext = ext.release();
+      entry.ext.Reset(ext.release());
     }
   }
   return 0;
@@ -178,10 +194,12 @@ int obExtensionsList::Set(const obASN_Extensions& extensions, obAsnOid& unhandle
 int obExtensionsList::Compose(obASN_Extensions& out) const {
   out.items.clear();
   for (const Entry& e : entries_) {
+    const obExtension* ext = Made(e);
+    if (!ext) continue;
     obASN_Extension& extension = out.Append();
     obAsnBytes value;
-    if (e.ext->EncodeValue(value) < 0) {
-      OB_HERROR("obExtensionsList::Compose: cannot encode the %s extension", e.ext->ExtName());
+    if (ext->EncodeValue(value) < 0) {
+      OB_HERROR("obExtensionsList::Compose: cannot encode the %s extension", ext->ExtName());
       out.items.clear();
       return -1;
     }
@@ -196,8 +214,10 @@ void obExtensionsList::Sprint(ObStream* s, int indent) const {
   if (!s) return;
   std::string tabs = obNameTabs(indent);
   for (const Entry& e : entries_) {
-    s->Printf("%s%s%s:\n", tabs.c_str(), e.ext->ExtName(), e.critical ? " (critical)" : "");
-    e.ext->Sprint(s, indent + 1);
+    const obExtension* ext = Made(e);
+    if (!ext) continue;
+    s->Printf("%s%s%s:\n", tabs.c_str(), ext->ExtName(), e.critical ? " (critical)" : "");
+    ext->Sprint(s, indent + 1);
   }
 }
 

@@ -13,7 +13,9 @@
 
 #include "nycert/asn1/runtime/asn_oid.h"
 #include "nycert/asn1/runtime/der_reader.h"
+#include "nycert/certs/extension.h"
 #include "nycert/platform/export.h"
+#include "nycert/platform/publish_once.h"
 
 class obExtension;
 class obASN_Extensions;
@@ -39,6 +41,16 @@ struct NYCERT_EXPORT obExtHandlerTable {
 // The table certificates are decoded with.
 NYCERT_EXPORT const obExtHandlerTable& obCertExtHandlers();
 
+// When Process makes the objects of handled extensions that are not critical.
+enum class obExtMaking {
+  kAtOnce,
+  // When first asked for (threads may ask at once): the octets processed
+  // must then stay unchanged for the list's life, as a certificate's own
+  // copy does. One whose value turns out malformed is then listed, and At()
+  // gives null for it, where kAtOnce would have left it out.
+  kOnFirstUse,
+};
+
 class NYCERT_EXPORT obExtensionsList {
  public:
   obExtensionsList() = default;
@@ -63,7 +75,8 @@ class NYCERT_EXPORT obExtensionsList {
   // stopped at a critical extension nobody handled, whose OID goes to
   // unhandled (the rest is only checked for form); -1 when the DER is
   // malformed.
-  int Process(obDerSpan extensionsContent, const obExtHandlerTable& table, obAsnOid& unhandled);
+  int Process(obDerSpan extensionsContent, const obExtHandlerTable& table, obAsnOid& unhandled,
+              obExtMaking making = obExtMaking::kAtOnce);
   // The same over a decoded sequence, with the certificate table.
   int Set(const obASN_Extensions& extensions, obAsnOid& unhandled);
   // Writes the list as an Extensions sequence, OIDs in insertion order, each
@@ -82,9 +95,14 @@ class NYCERT_EXPORT obExtensionsList {
     const obAsnOid* known = nullptr;
     obAsnOid own;
     int critical = 0;
-    obExtension* ext = nullptr;
+    obPublishOnce<obExtension> ext;
+    // For an object made on first use: its handler and extnValue content.
+    obExtHandlerFn make = nullptr;
+    obDerSpan value;
     const obAsnOid& Oid() const { return known ? *known : own; }
   };
+  // The entry's object, made now if it is made on first use; null when its value is malformed.
+  static obExtension* Made(const Entry& entry);
   std::vector<Entry> entries_;
 };
 

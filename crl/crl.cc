@@ -113,7 +113,9 @@ void obCRL::Decode() {
   if (!obParseCrlFields(der, f) || !BuildTable(*imp_) || !BuildValues(*imp_)) return SetDecodeError();
   // The whole structure is read before what it says is judged.
   obAsnOid unhandled;
-  int rc = f.hasExtensions ? imp_->extensions.Process(f.extensions, obCRLExtHandlers(), unhandled) : 0;
+  int rc = f.hasExtensions
+               ? imp_->extensions.Process(f.extensions, obCRLExtHandlers(), unhandled, obExtMaking::kOnFirstUse)
+               : 0;
   if (rc < 0) return SetError("Error Decoding");
   if (f.version < 0) return SetError("Unsupported version");
   if (rc == 1) SetUnhandledExt(&unhandled);

@@ -15,13 +15,21 @@
 
 namespace {
 
+// Extensions whose objects make: a malformed one that was not critical is
+// listed, its object made on first use, and then null.
+int MadeCount(const obExtensionsList& list) {
+  int made = 0;
+  for (int i = 0; i < list.Count(); ++i) made += list.At(i) != nullptr;
+  return made;
+}
+
 void CheckExtensionsRoundTrip(const obExtensionsList& list) {
   obASN_Extensions composed, recomposed;
   nyBinBuf first, second;
   if (list.Compose(composed) != 0 || obAsnEncode(composed, first) != 0) return;
   obExtensionsList again;
   obAsnOid unhandled;
-  if (again.Set(composed, unhandled) != 0 || again.Count() != list.Count()) abort();
+  if (again.Set(composed, unhandled) != 0 || again.Count() != MadeCount(list)) abort();
   if (again.Compose(recomposed) != 0 || obAsnEncode(recomposed, second) != 0 || first.Len() != second.Len() ||
       std::memcmp(first.Data(), second.Data(), first.Len()) != 0)
     abort();

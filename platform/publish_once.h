@@ -18,6 +18,8 @@ class obPublishOnce {
   obPublishOnce() = default;
   obPublishOnce(const obPublishOnce&) = delete;
   obPublishOnce& operator=(const obPublishOnce&) = delete;
+  // Moves are for owners being built, which no other thread can see yet.
+  obPublishOnce(obPublishOnce&& other) noexcept : slot_(other.slot_.exchange(nullptr, std::memory_order_relaxed)) {}
   ~obPublishOnce() { Reset(); }
 
   // The value, made by make() (an Owned, possibly null) when none stands yet.

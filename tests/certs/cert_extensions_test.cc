@@ -129,6 +129,33 @@ TEST(CertExtProcess, TypicalSetDecodesAndComposesBack) {
   EXPECT_EQ(ToHex(der), H(Tlv(0x30, handled)));
 }
 
+// Objects made on first use read, print and compose as those made at once;
+// a malformed plain one stays listed but gives null, and Get passes over it.
+TEST(CertExtProcess, MadeOnFirstUseReadTheSame) {
+  Bytes content = Cat({Ext(kSAN, false, Hex("30 02 82 05")), TypicalExtensions()});
+  obExtensionsList now, later;
+  obAsnOid unhandled;
+  ASSERT_EQ(Process(now, content, unhandled), 0);
+  ASSERT_EQ(later.Process({content.data(), content.size()}, obCertExtHandlers(), unhandled, obExtMaking::kOnFirstUse),
+            0);
+  EXPECT_EQ(now.Count(), 8);
+  EXPECT_EQ(later.Count(), 9);
+  EXPECT_EQ(later.At(0), nullptr);
+  EXPECT_STREQ(Typed<obExtGN>(later, kSAN)->Names()->Get(1)->GetStr(), "example.com");
+  EXPECT_EQ(later.At(4), later.Get(obAsnOid(kSAN)));
+  ObStream nowText, laterText;
+  now.Sprint(&nowText, 0);
+  later.Sprint(&laterText, 0);
+  EXPECT_STREQ(laterText.c_str(), nowText.c_str());
+  obASN_Extensions nowList, laterList;
+  nyBinBuf nowDer, laterDer;
+  ASSERT_EQ(now.Compose(nowList), 0);
+  ASSERT_EQ(later.Compose(laterList), 0);
+  ASSERT_EQ(obAsnEncode(nowList, nowDer), 0);
+  ASSERT_EQ(obAsnEncode(laterList, laterDer), 0);
+  EXPECT_EQ(ToHex(laterDer), ToHex(nowDer));
+}
+
 TEST(CertExtProcess, UnknownCriticalStopsUnknownPlainIsDroppedIgnoredIsSkipped) {
   Bytes bc = Ext(kBC, false, Seq({})), ku = Ext(kKU, false, Hex("03 02 07 80"));
   for (bool critical : {true, false}) {

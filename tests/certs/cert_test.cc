@@ -440,6 +440,23 @@ TEST(CertThreadStress, PubKeyIsMadeOnce) {
   for (auto& slot : seen) EXPECT_EQ(seen[0].load(), slot.load());
 }
 
+// Extensions are made when first asked for; threads that ask at once all get
+// the one object that was published.
+TEST(CertThreadStress, ExtensionsAreMadeOnce) {
+  auto cert = Decode(ServerCert());
+  ASSERT_TRUE(cert->OK());
+  std::atomic<obExtension*> seen[4] = {};
+  std::vector<std::thread> threads;
+  for (auto& slot : seen)
+    threads.emplace_back([&] {
+      for (int i = 0; i < cert->Extensions().Count(); ++i) cert->Extensions().At(i);
+      slot = cert->GetExt(&obASN_id_ce_subjectAltName);
+    });
+  for (auto& t : threads) t.join();
+  ASSERT_NE(nullptr, seen[0].load());
+  for (auto& slot : seen) EXPECT_EQ(seen[0].load(), slot.load());
+}
+
 obPubKey* RefuseEveryKey(void*, obPK_Format, const void*, int) { return nullptr; }
 
 // A key that cannot be made marks the shared certificate once; every thread
