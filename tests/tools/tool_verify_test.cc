@@ -107,15 +107,14 @@ TEST_F(ToolVerify, TrustsTheRootsOfAPkcs12File) {
 // over a CA database that knows a good and a revoked certificate.
 class ToolVerifyOcsp : public ::testing::Test {
  protected:
-  static std::string Cert(const std::string& name) { return ShellQuote(pki.pki.dir() + "/" + name + ".pem"); }
-  static ToolResult Verify(const std::string& args, const std::string& cert) {
+  std::string Cert(const std::string& name) const { return ShellQuote(pki.pki.dir() + "/" + name + ".pem"); }
+  ToolResult Verify(const std::string& args, const std::string& cert) const {
     return RunNycert("verify --root " + ShellQuote(pki.pki.CaPemPath()) + " " + args + " " + Cert(cert));
   }
 
-  static const OcspPki& pki;
+  // Made when the first of these tests runs, not when the suite starts.
+  const OcspPki& pki = SharedOcspPki();
 };
-
-const OcspPki& ToolVerifyOcsp::pki = SharedOcspPki();
 
 TEST_F(ToolVerifyOcsp, TheResponderGivesEachStatus) {
   auto responder = pki.Responder(pki.CaSigner());
