@@ -3,10 +3,23 @@
 
 bool obIsTimeTag(obAsnTag tag) { return tag == kDerUtcTime || tag == kDerGeneralizedTime; }
 
+namespace {
+
+const obAsnTimeKind* TimeKindOf(obAsnTag tag) {
+  if (tag == kDerUtcTime) return &obAsnUTCTime::kKind;
+  return tag == kDerGeneralizedTime ? &obAsnGeneralizedTime::kKind : nullptr;
+}
+
+}  // namespace
+
 bool obParseTimeElement(const obDerElement& time, long& seconds) {
-  if (!obIsTimeTag(time.tag)) return false;
-  const obAsnTimeKind& kind = time.tag == kDerUtcTime ? obAsnUTCTime::kKind : obAsnGeneralizedTime::kKind;
-  return obAsnParseTime(kind, time.content.data, time.content.size, &seconds) == 0;
+  const obAsnTimeKind* kind = TimeKindOf(time.tag);
+  return kind && obAsnParseTime(*kind, time.content.data, time.content.size, &seconds) == 0;
+}
+
+bool obIsValidTimeElement(const obDerElement& time) {
+  const obAsnTimeKind* kind = TimeKindOf(time.tag);
+  return kind && kind->check(time.content.data, time.content.size) != 0;
 }
 
 namespace {

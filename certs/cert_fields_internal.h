@@ -17,19 +17,19 @@
 #include "nycert/certs/signed_fields_internal.h"
 
 struct obCertFields {
-  obDerSpan tbs;             // the whole TBSCertificate TLV
-  long version = 0;          // the version field's value, 0 (v1) when absent, -1 beyond v3
-  obDerSpan serial;          // INTEGER content
-  obDerSpan issuer;          // the whole Name TLV
-  obDerSpan subject;         // the whole Name TLV
-  obDerElement validity[2];  // notBefore and notAfter as found
-  int validityCount = 0;     // how many of them the Validity holds
-  obDerSpan spki;            // the whole SubjectPublicKeyInfo TLV
-  obDerSpan keyAlgorithm;    // its algorithm OID content
-  obDerSpan publicKey;       // the subjectPublicKey bit string's octets
+  obDerSpan tbs;                     // the whole TBSCertificate TLV
+  long version = 0;                  // the version field's value, 0 (v1) when absent, -1 beyond v3
+  obDerSpan serial;                  // INTEGER content
+  obDerSpan issuer;                  // the whole Name TLV
+  obDerSpan subject;                 // the whole Name TLV
+  obDerElement validity[2];          // notBefore and notAfter as found
+  int validityCount = 0;             // how many of them the Validity holds
+  obDerSpan spki;                    // the whole SubjectPublicKeyInfo TLV
+  obDerSpan keyAlgorithm;            // its algorithm OID content
+  obDerSpan publicKey;               // the subjectPublicKey bit string's octets
   unsigned publicKeyUnusedBits = 0;  // a key is whole octets: anything else is refused
   bool hasExtensions = false;
-  obDerSpan extensions;      // content of the Extensions SEQUENCE
+  obDerSpan extensions;          // content of the Extensions SEQUENCE
   obDerSpan signatureAlgorithm;  // outer algorithm OID content
 };
 
@@ -37,6 +37,8 @@ struct obCertFields {
 bool obIsTimeTag(obAsnTag tag);
 // A Time element in seconds since 1970: false when it is not a valid time.
 bool obParseTimeElement(const obDerElement& time, long& seconds);
+// Whether time is a valid Time, without working out when it is.
+bool obIsValidTimeElement(const obDerElement& time);
 
 // Locates every field of der (which must hold exactly one certificate):
 // true, or false when the encoding is not a certificate.

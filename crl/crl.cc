@@ -42,12 +42,15 @@ constexpr size_t kPrefetchAhead = 8;
 // would leave a listed serial without a revocation date.
 bool ReadEntries(obDerSpan revoked, std::vector<obCRLEntry>& entries) {
   obDerReader r(revoked);
-  obDerSpan serial, date;
-  long seconds = 0;
+  obDerSpan serial;
+  obDerElement date;
   while (!r.AtEnd()) {
     if (!obReadRevokedEntry(r, serial, date)) return false;
-    entries.emplace_back(serial, date);
-    if (entries.back().RevocationDate(&seconds) != 0) return false;
+    if (!obIsValidTimeElement(date)) {
+      OB_HERROR("obCRL::obCRL: invalid revocation date");
+      return false;
+    }
+    entries.emplace_back(serial, date.tlv);
   }
   return true;
 }

@@ -16,6 +16,7 @@
 #include <cstddef>
 
 #include "nycert/asn1/runtime/der_reader.h"
+#include "nycert/certs/cert_fields_internal.h"
 #include "nycert/certs/ext_der_internal.h"
 
 struct obCrlFields {
@@ -38,18 +39,16 @@ struct obCrlFields {
 bool obParseCrlFields(obDerSpan der, obCrlFields& out);
 
 // Reads the next revoked entry of r: the serial's INTEGER content and the
-// revocation date's whole Time element, which follows that content. False
-// when the entry is malformed.
-inline bool obReadRevokedEntry(obDerReader& r, obDerSpan& serial, obDerSpan& date) {
-  obDerSpan entry, time, extensions;
+// revocation date's Time element, which follows that content (its text is
+// not checked here). False when the entry is malformed.
+inline bool obReadRevokedEntry(obDerReader& r, obDerSpan& serial, obDerElement& date) {
+  obDerSpan entry, extensions;
   if (!r.Read(kDerSequence, entry)) return false;
   obDerReader fields(entry);
   if (!fields.Read(kDerInteger, serial) || serial.empty()) return false;
-  const unsigned char* dateStart = serial.data + serial.size;
-  if (!fields.Read(kDerUtcTime, time) && !fields.Read(kDerGeneralizedTime, time)) return false;
-  date = {dateStart, static_cast<size_t>(time.data + time.size - dateStart)};
-  return fields.AtEnd() || (fields.Read(kDerSequence, extensions) && fields.AtEnd() &&
-                            obExtListIsWellFormed(extensions));
+  if (!obIsTimeTag(fields.PeekTag()) || !fields.Next(date)) return false;
+  return fields.AtEnd() ||
+         (fields.Read(kDerSequence, extensions) && fields.AtEnd() && obExtListIsWellFormed(extensions));
 }
 
 #endif  // NYCERT_CRL_CRL_FIELDS_INTERNAL_H_

@@ -143,16 +143,20 @@ bool ReadAnyForm(const obAsnTimeSyntax& syntax, const unsigned char* p, unsigned
 // UTCTime (X.680 47):        YYMMDDhhmm[ss](Z|(+|-)hhmm)
 // GeneralizedTime (X.680 46): YYYYMMDDhhmm[ss[(.|,)f...]](Z|(+|-)hhmm)
 // Local times without a zone are refused; a fraction is read and dropped.
-// Seconds may be 60 (a leap second). Gives seconds since 1970 (UTC).
-bool ParseTime(const obAsnTimeSyntax& syntax, const unsigned char* p, unsigned long n, long* seconds) {
-  TimeFields f;
+// Seconds may be 60 (a leap second).
+bool ReadTime(const obAsnTimeSyntax& syntax, const unsigned char* p, unsigned long n, TimeFields& f) {
   if (!ReadDerForm(syntax, p, n, f) && !ReadAnyForm(syntax, p, n, f)) return false;
   if (syntax.yearDigits == 2) f.year += f.year < 50 ? 2000 : 1900;
-  if (f.month < 1 || f.month > 12 || f.day < 1 || f.day > DaysInMonth(f.year, f.month) || f.hour > 23 ||
-      f.minute > 59 || f.second > 60)
-    return false;
-  *seconds = DaysFromCivil(f.year, f.month, f.day) * kSecondsPerDay + f.hour * 3600 + f.minute * 60 + f.second -
-             f.offset;
+  return f.month >= 1 && f.month <= 12 && f.day >= 1 && f.day <= DaysInMonth(f.year, f.month) && f.hour <= 23 &&
+         f.minute <= 59 && f.second <= 60;
+}
+
+// The time in seconds since 1970 (UTC).
+bool ParseTime(const obAsnTimeSyntax& syntax, const unsigned char* p, unsigned long n, long* seconds) {
+  TimeFields f;
+  if (!ReadTime(syntax, p, n, f)) return false;
+  *seconds =
+      DaysFromCivil(f.year, f.month, f.day) * kSecondsPerDay + f.hour * 3600 + f.minute * 60 + f.second - f.offset;
   return true;
 }
 
@@ -170,8 +174,8 @@ bool FormatTime(const obAsnTimeSyntax& syntax, long seconds, std::string* text) 
 
 template <const obAsnTimeSyntax& syntax>
 int CheckTime(const unsigned char* p, unsigned long n) {
-  long seconds;
-  return ParseTime(syntax, p, n, &seconds) ? 1 : 0;
+  TimeFields f;
+  return ReadTime(syntax, p, n, f) ? 1 : 0;
 }
 
 // A valid text of exactly "<year>MMDDhhmmssZ" is already DER and is kept as it

@@ -342,7 +342,7 @@ TEST(CrlDecode, EntryWithInvalidDateFailsTheCrl) {
   CrlPtr crl = Crl(month13);
   EXPECT_FALSE(crl->OK());
   EXPECT_STREQ("Error Decoding", crl->Error().getstr());
-  EXPECT_TRUE(diag.Saw("obCRLEntry::RevocationDate: invalid revocation date"));
+  EXPECT_TRUE(diag.Saw("obCRL::obCRL: invalid revocation date"));
 }
 
 TEST(CrlOpenssl, ToolReadsOurCrlsAndWeReadTheTools) {
