@@ -6,15 +6,28 @@
 # signs on the key-task pool. Prints the verdicts, the wrong verdicts and
 # errors (both must be 0) and the resident memory over time.
 #
-#   bash scripts/soak.sh SECONDS
+#   bash scripts/soak.sh SECONDS [release|asan|tsan]
+#
+# asan and tsan run it in test.sh's sanitizer builds (AddressSanitizer with
+# UndefinedBehaviorSanitizer, or ThreadSanitizer), stopping at the first report.
 set -euo pipefail
-seconds=${1:?usage: soak.sh SECONDS}
+seconds=${1:?usage: soak.sh SECONDS [release|asan|tsan]}
+build=${2:-release}
 source "$(dirname "$0")/setup.sh"
 nycert_setup
 cd "$nycert_root"
-cmake -S . -B build/release -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build build/release --target nycert_cli nycert_soak >/dev/null
-nycert=build/release/tools/nycert
+case $build in
+  release) flags=(-DCMAKE_BUILD_TYPE=Release) ;;
+  asan) flags=(-DCMAKE_BUILD_TYPE=Debug -DNYCERT_SANITIZE=ON -DNYCERT_BUILD_BENCH=OFF) ;;
+  tsan) flags=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DNYCERT_TSAN=ON -DNYCERT_BUILD_BENCH=OFF -DNYCERT_BUILD_FUZZ=OFF
+               -DNYCERT_BUILD_EXAMPLES=OFF) ;;
+  *) echo "usage: soak.sh SECONDS [release|asan|tsan]" >&2; exit 2 ;;
+esac
+cmake -S . -B "build/$build" -G Ninja "${flags[@]}" -DNYCERT_WERROR=ON >/dev/null
+cmake --build "build/$build" --target nycert_cli nycert_soak >/dev/null
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+export TSAN_OPTIONS=halt_on_error=1
+nycert=build/$build/tools/nycert
 work=$(mktemp -d)
 server=
 cleanup() {
@@ -43,6 +56,6 @@ done
 
 echo "== soak for $seconds s: CRLs at http://127.0.0.1:$port"
 status=0
-KEYTASK_MT=${KEYTASK_MT:-2} build/release/tests/nycert_soak "$pki" "$seconds" || status=$?
+KEYTASK_MT=${KEYTASK_MT:-2} "build/$build/tests/nycert_soak" "$pki" "$seconds" || status=$?
 echo "HTTP requests served: $(grep -c '"GET ' "$work/http.log" || true)"
 exit "$status"
