@@ -61,10 +61,12 @@ class NYCERT_EXPORT obExtensionsList {
   // Appends (oid, critical, ext), taking ext over; a null ext is refused: 0, or -1.
   int Add(const obAsnOid& oid, int critical, obExtension* ext);
   int Count() const { return static_cast<int>(entries_.size()); }
-  // The first entry with oid, or null; the critical flag of that entry (0 when absent).
+  // The object of the first entry with oid that has one, or null; the
+  // critical flag of the first entry with oid (0 when absent).
   obExtension* Get(const obAsnOid& oid) const;
   int IsCritical(const obAsnOid& oid) const;
-  // Entry i in insertion order (null outside 0..Count()-1).
+  // Entry i in insertion order (null outside 0..Count()-1, and for a
+  // malformed one listed by kOnFirstUse).
   obExtension* At(int i) const;
   const obAsnOid* OidAt(int i) const;
   int CriticalAt(int i) const;
