@@ -82,7 +82,7 @@ int obExtensionsList::Add(const obAsnOid& oid, int critical, obExtension* ext) {
   }
   entries_.emplace_back();
   Entry& entry = entries_.back();
-  entry.own = oid;
+  entry.own = std::make_unique<obAsnOid>(oid);
   entry.critical = critical ? 1 : 0;
   entry.ext.Reset(ext);
   return 0;

@@ -9,6 +9,7 @@
 #define NYCERT_CERTS_EXTENSIONS_LIST_H_
 
 #include <cstdio>
+#include <memory>
 #include <vector>
 
 #include "nycert/asn1/runtime/asn_oid.h"
@@ -95,13 +96,13 @@ class NYCERT_EXPORT obExtensionsList {
   // tables use its constants).
   struct Entry {
     const obAsnOid* known = nullptr;
-    obAsnOid own;
+    std::unique_ptr<obAsnOid> own;  // an identifier given to Add
     int critical = 0;
     obPublishOnce<obExtension> ext;
     // For an object made on first use: its handler and extnValue content.
     obExtHandlerFn make = nullptr;
     obDerSpan value;
-    const obAsnOid& Oid() const { return known ? *known : own; }
+    const obAsnOid& Oid() const { return known ? *known : *own; }
   };
   // The entry's object, made now if it is made on first use; null when its value is malformed.
   static obExtension* Made(const Entry& entry);
